@@ -1,0 +1,1 @@
+#include "TQBase/TQBase64.h"

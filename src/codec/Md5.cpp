@@ -1,0 +1,1 @@
+#include "TQBase/TQMD5.h"

@@ -1,0 +1,1 @@
+#include "TQBase/Locks.h"

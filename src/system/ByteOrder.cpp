@@ -1,0 +1,1 @@
+#include "TQBase/System.h"

@@ -1,0 +1,1 @@
+#include "TQBase/StdString.h"

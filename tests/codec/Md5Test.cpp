@@ -87,7 +87,8 @@ TEST(Md5Digest, AssignmentCopiesPartialBlockAndState) {
   first.update(bytes(head), unsigned(head.size()));
   TQMD5 second;
   second = first;
-  second = second;  // self-assignment changes nothing
+  TQMD5& alias = second;
+  second = alias;  // self-assignment changes nothing
   first.update(bytes(tail), unsigned(tail.size()));
   second.update(bytes(tail), unsigned(tail.size()));
   first.finalize();

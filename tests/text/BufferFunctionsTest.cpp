@@ -145,6 +145,8 @@ TEST(BufferFormat, NSprintfReportsCharactersHeld) {
   }
 }
 
+int callNVSprintf(char* buf, int size, const char* format, ...)
+    TQBASE_PRINTF_FORMAT(3, 4);
 int callNVSprintf(char* buf, int size, const char* format, ...) {
   va_list args;
   va_start(args, format);

@@ -156,24 +156,6 @@ TEST(Base64Codec, TooSmallDestinationIsRefusedUntouched) {
   EXPECT_EQ(TQBase64::decode("", 0, bytes, -1), -1);
 }
 
-TEST(Base64Codec, DecodeStopsAtBadCharacterKeepingEarlierGroups) {
-  for (const char* bad : {" ", "\n", "\r", "-", "_", "\x80", "\xFF", "!"}) {
-    SCOPED_TRACE(int(static_cast<unsigned char>(*bad)));
-    const std::string in = std::string("QUJDQUJD") + bad + "UJD";
-    unsigned char dst[12];
-    std::memset(dst, kSentinel, sizeof dst);
-    EXPECT_EQ(TQBase64::decode(in.data(), int(in.size()), dst, 9), -1);
-    EXPECT_EQ(bytesOf({dst, dst + 6}), "ABCABC");
-    EXPECT_EQ(dst[6], kSentinel);
-  }
-  // A trailing line feed fails after all earlier groups were written.
-  unsigned char dst[6];
-  std::memset(dst, kSentinel, sizeof dst);
-  EXPECT_EQ(TQBase64::decode("QUJD\n", 5, dst, 6), -1);
-  EXPECT_EQ(bytesOf({dst, dst + 3}), "ABC");
-  EXPECT_EQ(dst[3], kSentinel);
-}
-
 TEST(Base64Codec, StringDecodeFailureKeepsProvisionalSize) {
   std::string out = "previous";
   EXPECT_FALSE(TQBase64::decode("QUJD!UJD", 8, out));
@@ -224,7 +206,7 @@ TEST(Base64Codec, RoundTripsRandomBytes) {
 TEST(Base64Codec, DecodeMatchesModelOnNoisyText) {
   const std::string kChars =
       "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/"
-      "========\n-_ \x80";
+      "========\n-_ \x80!";
   for (int trial = 0; trial < 2000; ++trial) {
     SCOPED_TRACE(trial);
     std::mt19937 rng(kSeed + trial);

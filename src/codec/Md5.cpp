@@ -1,1 +1,319 @@
 #include "TQBase/TQMD5.h"
+
+#include <cstdint>
+#include <cstring>
+
+namespace TQBase {
+namespace {
+
+// The round helpers live here as internal inline functions: the exported
+// private members of TQMD5 are interposable symbols in the shared library,
+// which keeps some compilers from inlining them into the compression loop.
+// The members delegate to these, so both compute the same steps.
+inline std::uint32_t rotl(std::uint32_t x, unsigned n) {
+  n &= 31;
+  return (x << n) | (x >> ((32 - n) & 31));
+}
+
+// RFC 1321 auxiliary functions, written in the equivalent forms with fewer
+// operations: F = (x & y) | (~x & z) and G = (x & z) | (y & ~z).
+inline std::uint32_t auxF(std::uint32_t x, std::uint32_t y, std::uint32_t z) {
+  return z ^ (x & (y ^ z));
+}
+inline std::uint32_t auxG(std::uint32_t x, std::uint32_t y, std::uint32_t z) {
+  return y ^ (z & (x ^ y));
+}
+inline std::uint32_t auxH(std::uint32_t x, std::uint32_t y, std::uint32_t z) {
+  return x ^ y ^ z;
+}
+inline std::uint32_t auxI(std::uint32_t x, std::uint32_t y, std::uint32_t z) {
+  return y ^ (x | ~z);
+}
+
+inline std::uint32_t loadLittleEndian32(const unsigned char* p) {
+  return std::uint32_t{p[0]} | (std::uint32_t{p[1]} << 8) |
+         (std::uint32_t{p[2]} << 16) | (std::uint32_t{p[3]} << 24);
+}
+
+inline void storeLittleEndian32(unsigned char* p, std::uint32_t v) {
+  p[0] = static_cast<unsigned char>(v);
+  p[1] = static_cast<unsigned char>(v >> 8);
+  p[2] = static_cast<unsigned char>(v >> 16);
+  p[3] = static_cast<unsigned char>(v >> 24);
+}
+
+#define TQBASE_MD5_STEP(f, a, b, c, d, x, s, ac) \
+  (a) = rotl((a) + f((b), (c), (d)) + (x) + (ac), (s)) + (b)
+
+// Applies `blocks` consecutive 64-byte blocks to `state`, all 64 steps of
+// RFC 1321 (3.4) unrolled with the RFC's word order, shifts and constants.
+void compressBlocks(std::uint32_t* state, const unsigned char* data,
+                    std::size_t blocks) {
+  std::uint32_t a = state[0], b = state[1], c = state[2], d = state[3];
+  for (; blocks != 0; --blocks, data += 64) {
+    std::uint32_t x[16];
+    for (int i = 0; i < 16; ++i) x[i] = loadLittleEndian32(data + 4 * i);
+    const std::uint32_t aa = a, bb = b, cc = c, dd = d;
+
+    TQBASE_MD5_STEP(auxF, a, b, c, d, x[0], 7, 0xd76aa478);
+    TQBASE_MD5_STEP(auxF, d, a, b, c, x[1], 12, 0xe8c7b756);
+    TQBASE_MD5_STEP(auxF, c, d, a, b, x[2], 17, 0x242070db);
+    TQBASE_MD5_STEP(auxF, b, c, d, a, x[3], 22, 0xc1bdceee);
+    TQBASE_MD5_STEP(auxF, a, b, c, d, x[4], 7, 0xf57c0faf);
+    TQBASE_MD5_STEP(auxF, d, a, b, c, x[5], 12, 0x4787c62a);
+    TQBASE_MD5_STEP(auxF, c, d, a, b, x[6], 17, 0xa8304613);
+    TQBASE_MD5_STEP(auxF, b, c, d, a, x[7], 22, 0xfd469501);
+    TQBASE_MD5_STEP(auxF, a, b, c, d, x[8], 7, 0x698098d8);
+    TQBASE_MD5_STEP(auxF, d, a, b, c, x[9], 12, 0x8b44f7af);
+    TQBASE_MD5_STEP(auxF, c, d, a, b, x[10], 17, 0xffff5bb1);
+    TQBASE_MD5_STEP(auxF, b, c, d, a, x[11], 22, 0x895cd7be);
+    TQBASE_MD5_STEP(auxF, a, b, c, d, x[12], 7, 0x6b901122);
+    TQBASE_MD5_STEP(auxF, d, a, b, c, x[13], 12, 0xfd987193);
+    TQBASE_MD5_STEP(auxF, c, d, a, b, x[14], 17, 0xa679438e);
+    TQBASE_MD5_STEP(auxF, b, c, d, a, x[15], 22, 0x49b40821);
+
+    TQBASE_MD5_STEP(auxG, a, b, c, d, x[1], 5, 0xf61e2562);
+    TQBASE_MD5_STEP(auxG, d, a, b, c, x[6], 9, 0xc040b340);
+    TQBASE_MD5_STEP(auxG, c, d, a, b, x[11], 14, 0x265e5a51);
+    TQBASE_MD5_STEP(auxG, b, c, d, a, x[0], 20, 0xe9b6c7aa);
+    TQBASE_MD5_STEP(auxG, a, b, c, d, x[5], 5, 0xd62f105d);
+    TQBASE_MD5_STEP(auxG, d, a, b, c, x[10], 9, 0x02441453);
+    TQBASE_MD5_STEP(auxG, c, d, a, b, x[15], 14, 0xd8a1e681);
+    TQBASE_MD5_STEP(auxG, b, c, d, a, x[4], 20, 0xe7d3fbc8);
+    TQBASE_MD5_STEP(auxG, a, b, c, d, x[9], 5, 0x21e1cde6);
+    TQBASE_MD5_STEP(auxG, d, a, b, c, x[14], 9, 0xc33707d6);
+    TQBASE_MD5_STEP(auxG, c, d, a, b, x[3], 14, 0xf4d50d87);
+    TQBASE_MD5_STEP(auxG, b, c, d, a, x[8], 20, 0x455a14ed);
+    TQBASE_MD5_STEP(auxG, a, b, c, d, x[13], 5, 0xa9e3e905);
+    TQBASE_MD5_STEP(auxG, d, a, b, c, x[2], 9, 0xfcefa3f8);
+    TQBASE_MD5_STEP(auxG, c, d, a, b, x[7], 14, 0x676f02d9);
+    TQBASE_MD5_STEP(auxG, b, c, d, a, x[12], 20, 0x8d2a4c8a);
+
+    TQBASE_MD5_STEP(auxH, a, b, c, d, x[5], 4, 0xfffa3942);
+    TQBASE_MD5_STEP(auxH, d, a, b, c, x[8], 11, 0x8771f681);
+    TQBASE_MD5_STEP(auxH, c, d, a, b, x[11], 16, 0x6d9d6122);
+    TQBASE_MD5_STEP(auxH, b, c, d, a, x[14], 23, 0xfde5380c);
+    TQBASE_MD5_STEP(auxH, a, b, c, d, x[1], 4, 0xa4beea44);
+    TQBASE_MD5_STEP(auxH, d, a, b, c, x[4], 11, 0x4bdecfa9);
+    TQBASE_MD5_STEP(auxH, c, d, a, b, x[7], 16, 0xf6bb4b60);
+    TQBASE_MD5_STEP(auxH, b, c, d, a, x[10], 23, 0xbebfbc70);
+    TQBASE_MD5_STEP(auxH, a, b, c, d, x[13], 4, 0x289b7ec6);
+    TQBASE_MD5_STEP(auxH, d, a, b, c, x[0], 11, 0xeaa127fa);
+    TQBASE_MD5_STEP(auxH, c, d, a, b, x[3], 16, 0xd4ef3085);
+    TQBASE_MD5_STEP(auxH, b, c, d, a, x[6], 23, 0x04881d05);
+    TQBASE_MD5_STEP(auxH, a, b, c, d, x[9], 4, 0xd9d4d039);
+    TQBASE_MD5_STEP(auxH, d, a, b, c, x[12], 11, 0xe6db99e5);
+    TQBASE_MD5_STEP(auxH, c, d, a, b, x[15], 16, 0x1fa27cf8);
+    TQBASE_MD5_STEP(auxH, b, c, d, a, x[2], 23, 0xc4ac5665);
+
+    TQBASE_MD5_STEP(auxI, a, b, c, d, x[0], 6, 0xf4292244);
+    TQBASE_MD5_STEP(auxI, d, a, b, c, x[7], 10, 0x432aff97);
+    TQBASE_MD5_STEP(auxI, c, d, a, b, x[14], 15, 0xab9423a7);
+    TQBASE_MD5_STEP(auxI, b, c, d, a, x[5], 21, 0xfc93a039);
+    TQBASE_MD5_STEP(auxI, a, b, c, d, x[12], 6, 0x655b59c3);
+    TQBASE_MD5_STEP(auxI, d, a, b, c, x[3], 10, 0x8f0ccc92);
+    TQBASE_MD5_STEP(auxI, c, d, a, b, x[10], 15, 0xffeff47d);
+    TQBASE_MD5_STEP(auxI, b, c, d, a, x[1], 21, 0x85845dd1);
+    TQBASE_MD5_STEP(auxI, a, b, c, d, x[8], 6, 0x6fa87e4f);
+    TQBASE_MD5_STEP(auxI, d, a, b, c, x[15], 10, 0xfe2ce6e0);
+    TQBASE_MD5_STEP(auxI, c, d, a, b, x[6], 15, 0xa3014314);
+    TQBASE_MD5_STEP(auxI, b, c, d, a, x[13], 21, 0x4e0811a1);
+    TQBASE_MD5_STEP(auxI, a, b, c, d, x[4], 6, 0xf7537e82);
+    TQBASE_MD5_STEP(auxI, d, a, b, c, x[11], 10, 0xbd3af235);
+    TQBASE_MD5_STEP(auxI, c, d, a, b, x[2], 15, 0x2ad7d2bb);
+    TQBASE_MD5_STEP(auxI, b, c, d, a, x[9], 21, 0xeb86d391);
+
+    a += aa;
+    b += bb;
+    c += cc;
+    d += dd;
+  }
+  state[0] = a;
+  state[1] = b;
+  state[2] = c;
+  state[3] = d;
+}
+
+#undef TQBASE_MD5_STEP
+
+// RFC 1321 padding: 0x80 then zeros; a prefix of 1 to 64 bytes is used.
+constexpr unsigned char kPadding[64] = {0x80};
+
+constexpr unsigned int kStreamChunk = 1024;
+
+// The body of update(), shared with finalize() so the constant padding can
+// be fed without casting its const away. Only the partial blocks at either
+// end pass through `buffer`; whole blocks are read where they lie.
+void absorb(std::uint32_t* state, std::uint32_t* count, unsigned char* buffer,
+            const unsigned char* input, unsigned int length) {
+  if (length == 0) return;
+  unsigned int index = (count[0] >> 3) & 63;
+  count[0] += length << 3;
+  if (count[0] < (length << 3)) ++count[1];
+  count[1] += length >> 29;
+
+  const unsigned int room = 64 - index;
+  unsigned int i = 0;
+  if (length >= room) {
+    std::memcpy(buffer + index, input, room);
+    compressBlocks(state, buffer, 1);
+    i = room;
+    const unsigned int blocks = (length - i) / 64;
+    compressBlocks(state, input + i, blocks);
+    i += blocks * 64;
+    index = 0;
+  }
+  std::memcpy(buffer + index, input + i, length - i);
+}
+
+}  // namespace
+
+static_assert(sizeof(unsigned int) == sizeof(std::uint32_t),
+              "TQMD5 keeps its words in unsigned int");
+
+TQMD5::TQMD5() : buffer{}, digest{} { init(); }
+
+TQMD5::TQMD5(unsigned char* input, unsigned int length) : buffer{}, digest{} {
+  init();
+  update(input, length);
+  finalize();
+}
+
+TQMD5::TQMD5(FILE* stream) : buffer{}, digest{} {
+  init();
+  update(stream);
+  finalize();
+}
+
+void TQMD5::init() {
+  finished = false;
+  count[0] = count[1] = 0;
+  state[0] = 0x67452301;
+  state[1] = 0xefcdab89;
+  state[2] = 0x98badcfe;
+  state[3] = 0x10325476;
+}
+
+void TQMD5::update(unsigned char* input, unsigned int length) {
+  absorb(state, count, buffer, input, length);
+}
+
+void TQMD5::update(FILE* stream) {
+  unsigned char chunk[kStreamChunk];
+  std::size_t got;
+  // End of file and a read error both end the loop; the stream is ours to
+  // close either way.
+  while ((got = std::fread(chunk, 1, kStreamChunk, stream)) > 0) {
+    update(chunk, static_cast<unsigned int>(got));
+  }
+  std::fclose(stream);
+}
+
+void TQMD5::finalize() {
+  unsigned char bits[8];
+  encode(bits, count, 8);
+  // Pad to 56 mod 64 so the 64-bit bit count ends the last block
+  // (RFC 1321, 3.1-3.2). The count is taken before padding changes it.
+  const unsigned int index = (count[0] >> 3) & 63;
+  const unsigned int padLen = index < 56 ? 56 - index : 120 - index;
+  absorb(state, count, buffer, kPadding, padLen);
+  absorb(state, count, buffer, bits, 8);
+  encode(digest, state, 16);
+  std::memset(buffer, 0, sizeof buffer);
+  finished = true;
+}
+
+std::string TQMD5::get_digest() {
+  if (!finished) return std::string();
+  return translate(digest);
+}
+
+bool TQMD5::get_digest(unsigned char* const out) {
+  if (!finished) return false;
+  std::memcpy(out, digest, sizeof digest);
+  return true;
+}
+
+std::string TQMD5::translate(unsigned char* const bytes) {
+  static constexpr char kDigits[] = "0123456789abcdef";
+  std::string text(32, '\0');
+  for (int i = 0; i < 16; ++i) {
+    text[2 * i] = kDigits[bytes[i] >> 4];
+    text[2 * i + 1] = kDigits[bytes[i] & 15];
+  }
+  return text;
+}
+
+std::string TQMD5::get_md5(const std::string& input) {
+  TQMD5 md5;
+  absorb(md5.state, md5.count, md5.buffer,
+         reinterpret_cast<const unsigned char*>(input.data()),
+         static_cast<unsigned int>(input.size()));
+  md5.finalize();
+  return translate(md5.digest);
+}
+
+TQMD5& TQMD5::operator=(const TQMD5& other) {
+  if (this != &other) {
+    std::memcpy(state, other.state, sizeof state);
+    std::memcpy(count, other.count, sizeof count);
+    std::memcpy(buffer, other.buffer, sizeof buffer);
+    std::memcpy(digest, other.digest, sizeof digest);
+    finished = other.finished;
+  }
+  return *this;
+}
+
+void TQMD5::transform(unsigned char* block) { compressBlocks(state, block, 1); }
+
+void TQMD5::encode(unsigned char* output, unsigned int* input,
+                   unsigned int length) {
+  // Whole words while the byte position is below `length`, so a length
+  // that is no multiple of 4 still writes its last word in full.
+  for (unsigned int i = 0, j = 0; j < length; ++i, j += 4) {
+    storeLittleEndian32(output + j, input[i]);
+  }
+}
+
+void TQMD5::decode(unsigned int* output, unsigned char* input,
+                   unsigned int length) {
+  for (unsigned int i = 0, j = 0; j < length; ++i, j += 4) {
+    output[i] = loadLittleEndian32(input + j);
+  }
+}
+
+unsigned int TQMD5::rotate_left(unsigned int x, unsigned int n) {
+  return rotl(x, n);
+}
+
+unsigned int TQMD5::F(unsigned int x, unsigned int y, unsigned int z) {
+  return auxF(x, y, z);
+}
+unsigned int TQMD5::G(unsigned int x, unsigned int y, unsigned int z) {
+  return auxG(x, y, z);
+}
+unsigned int TQMD5::H(unsigned int x, unsigned int y, unsigned int z) {
+  return auxH(x, y, z);
+}
+unsigned int TQMD5::I(unsigned int x, unsigned int y, unsigned int z) {
+  return auxI(x, y, z);
+}
+
+void TQMD5::FF(unsigned int& a, unsigned int b, unsigned int c, unsigned int d,
+               unsigned int x, unsigned int s, unsigned int ac) {
+  a = rotl(a + auxF(b, c, d) + x + ac, s) + b;
+}
+void TQMD5::GG(unsigned int& a, unsigned int b, unsigned int c, unsigned int d,
+               unsigned int x, unsigned int s, unsigned int ac) {
+  a = rotl(a + auxG(b, c, d) + x + ac, s) + b;
+}
+void TQMD5::HH(unsigned int& a, unsigned int b, unsigned int c, unsigned int d,
+               unsigned int x, unsigned int s, unsigned int ac) {
+  a = rotl(a + auxH(b, c, d) + x + ac, s) + b;
+}
+void TQMD5::II(unsigned int& a, unsigned int b, unsigned int c, unsigned int d,
+               unsigned int x, unsigned int s, unsigned int ac) {
+  a = rotl(a + auxI(b, c, d) + x + ac, s) + b;
+}
+
+}  // namespace TQBase

@@ -24,7 +24,10 @@ TQByteArray& TQByteArray::append(const char* src, int len) {
   // What reallocData(data, size, total) would do, except that the new bytes
   // go in before the old holder is released: `src` may lie in the old buffer
   // (a.append(a)), which may die with that holder.
-  auto next = std::make_unique<TQByteArrayRef>(own.data, own.size, total, true);
+  // The record is packed, so its fields go by value: make_unique would bind
+  // references to the misaligned pointer.
+  std::unique_ptr<TQByteArrayRef> next(
+      new TQByteArrayRef(own.data, own.size, total, true));
   TQByteArrayPrivateDat& fresh = *next->record;
   std::memcpy(fresh.data + fresh.size, src, static_cast<std::size_t>(len));
   fresh.size = total;
@@ -55,7 +58,8 @@ TQByteArray& TQByteArray::insert(int pos, const char* src, int len) {
   // Always a fresh record with the ladder's capacity for `total`, even when
   // this one has room: the old record stays whole until the swap, so `src`
   // may lie in it.
-  auto next = std::make_unique<TQByteArrayRef>(own.data, pos, total, true);
+  std::unique_ptr<TQByteArrayRef> next(
+      new TQByteArrayRef(own.data, pos, total, true));
   char* out = next->record->data;
   std::memcpy(out + pos, src, static_cast<std::size_t>(len));
   std::memcpy(out + pos + len, own.data + pos,

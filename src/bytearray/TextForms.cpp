@@ -1,6 +1,7 @@
 #include "TQBase/TQByteArray.h"
 
 #include <array>
+#include <cstring>
 #include <new>
 
 #include "bytearray/ByteArrayData.h"
@@ -67,6 +68,17 @@ constexpr std::array<unsigned char, 256> makeHexCounts() {
   return counts;
 }
 constexpr auto kHexCounts = makeHexCounts();
+
+// Both digits of every byte, so toHex writes a pair per lookup.
+constexpr std::array<char, 512> makeHexPairs() {
+  std::array<char, 512> pairs{};
+  for (unsigned int c = 0; c < 256; ++c) {
+    pairs[2 * c] = kHexDigits[c >> 4];
+    pairs[2 * c + 1] = kHexDigits[c & 0x0F];
+  }
+  return pairs;
+}
+constexpr auto kHexPairs = makeHexPairs();
 
 // The 67 bytes that percent encoding leaves alone: the RFC 3986 unreserved
 // characters and "/".
@@ -160,8 +172,8 @@ TQByteArray TQByteArray::toHex() const {
   char* out = result.getData();
   const unsigned char* in = bytesOf(*this);
   for (int i = 0; i < n; ++i) {
-    *out++ = kHexDigits[in[i] >> 4];
-    *out++ = kHexDigits[in[i] & 0x0F];
+    std::memcpy(out + 2 * static_cast<std::size_t>(i), &kHexPairs[2 * in[i]],
+                2);
   }
   return result;
 }

@@ -1,1 +1,141 @@
 #include "TQBase/TQByteArray.h"
+
+#include <climits>
+#include <cstring>
+
+#include "bytearray/ByteArrayData.h"
+
+namespace TQBase {
+
+namespace {
+
+// Bit k stands for the byte k + 1: tab, LF, VT, FF, CR and space.
+constexpr unsigned int asciiSpaceMask = 0x80001F00u;
+
+bool isAsciiSpace(unsigned char c) {
+  const unsigned int shifted = static_cast<unsigned char>(c - 1);
+  return shifted <= 31 && ((asciiSpaceMask >> shifted) & 1u) != 0;
+}
+
+// Length of a C string for the read-only members, which allocate nothing and
+// so have nothing to refuse: a string longer than any array is clamped to
+// INT_MAX, which still compares and searches as "longer than the array".
+int readOnlyLength(const char* str) {
+  const std::size_t length = std::strlen(str);
+  return length > static_cast<std::size_t>(INT_MAX) ? INT_MAX
+                                                    : static_cast<int>(length);
+}
+
+// A negative `from` counts back from the end and is clamped at 0.
+int startFrom(int from, int size) {
+  if (from >= 0) return from;
+  // size + from cannot overflow: size >= 0 and from < 0.
+  const int start = size + from;
+  return start < 0 ? 0 : start;
+}
+
+unsigned char foldAsciiUpper(unsigned char c) {
+  return (c >= 'A' && c <= 'Z') ? static_cast<unsigned char>(c + 32) : c;
+}
+
+}  // namespace
+
+int TQByteArray::compare(const char* str, int len, bool caseSensitive) const {
+  const int ownSize = size();
+  if (str == nullptr) return ownSize > 0 ? 1 : 0;
+  if (len < 0) len = readOnlyLength(str);
+  const int common = ownSize < len ? ownSize : len;
+  const char* own = constData();
+  if (common > 0) {
+    if (caseSensitive) {
+      const int result =
+          std::memcmp(own, str, static_cast<std::size_t>(common));
+      if (result != 0) return result;
+    } else {
+      for (int i = 0; i < common; ++i) {
+        const unsigned char mine =
+            foldAsciiUpper(static_cast<unsigned char>(own[i]));
+        const unsigned char theirs =
+            foldAsciiUpper(static_cast<unsigned char>(str[i]));
+        if (mine != theirs) return static_cast<int>(mine) - theirs;
+      }
+    }
+  }
+  // Both are non-negative, so the difference fits.
+  return ownSize - len;
+}
+
+int TQByteArray::indexOf(char ch, int from) const {
+  const int ownSize = size();
+  from = startFrom(from, ownSize);
+  if (from >= ownSize) return -1;
+  const char* data = constData();
+  const void* hit = std::memchr(data + from, static_cast<unsigned char>(ch),
+                                static_cast<std::size_t>(ownSize - from));
+  return hit == nullptr
+             ? -1
+             : static_cast<int>(static_cast<const char*>(hit) - data);
+}
+
+int TQByteArray::indexOf(const char* pattern, int from, int len) const {
+  if (pattern == nullptr) return -1;
+  if (len < 0) len = readOnlyLength(pattern);
+  if (len == 0) return -1;
+  const int ownSize = size();
+  from = startFrom(from, ownSize);
+  if (from >= ownSize || len > ownSize - from) return -1;
+  const char* data = constData();
+  // memmem yields the leftmost start, the same as memcmp at each position.
+  const void* hit =
+      len == 1 ? std::memchr(data + from, static_cast<unsigned char>(*pattern),
+                             static_cast<std::size_t>(ownSize - from))
+               : memmem(data + from, static_cast<std::size_t>(ownSize - from),
+                        pattern, static_cast<std::size_t>(len));
+  return hit == nullptr
+             ? -1
+             : static_cast<int>(static_cast<const char*>(hit) - data);
+}
+
+TQByteArray TQByteArray::left(int n) const {
+  if (n >= size()) return *this;
+  if (n <= 0) return TQByteArray();
+  return TQByteArray(constData(), n);
+}
+
+TQByteArray TQByteArray::right(int n) const {
+  const int ownSize = size();
+  if (n >= ownSize) return *this;
+  if (n <= 0) return TQByteArray();
+  return TQByteArray(constData() + (ownSize - n), n);
+}
+
+TQByteArray TQByteArray::mid(int pos, int len) const {
+  const int ownSize = size();
+  // The order of these steps is part of the contract: a negative `pos` eats
+  // into a positive `len` first, and only then does a negative `len` mean
+  // "to the end", so (-3, 2) gives everything while (-3, 3) gives nothing.
+  if (pos < 0) {
+    if (len > 0) len += pos;
+    pos = 0;
+  }
+  if (len < 0) len = ownSize - pos;
+  if (pos >= ownSize || len <= 0) return TQByteArray();
+  if (pos == 0 && len == ownSize) return *this;
+  if (len > ownSize - pos) len = ownSize - pos;
+  return TQByteArray(constData() + pos, len);
+}
+
+TQByteArray TQByteArray::trimmed() const {
+  const int ownSize = size();
+  if (ownSize == 0) return TQByteArray();
+  const char* data = constData();
+  const char* begin = data;
+  const char* end = data + ownSize;
+  while (begin < end && isAsciiSpace(static_cast<unsigned char>(*begin)))
+    ++begin;
+  while (end > begin && isAsciiSpace(static_cast<unsigned char>(end[-1])))
+    --end;
+  return mid(static_cast<int>(begin - data), static_cast<int>(end - begin));
+}
+
+}  // namespace TQBase

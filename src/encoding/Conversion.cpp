@@ -85,14 +85,15 @@ bool decodeUtf8(const std::string& s, std::wstring& result) {
   result.resize(countSequenceStarts(p, s.size()));
   wchar_t* out = &result[0];
   while (p != end) {
-    if (end - p >= 16 && ((load64(p) | load64(p + 8)) & kHighBits) == 0) {
-      for (int i = 0; i < 16; ++i) out[i] = p[i];
-      p += 16;
-      out += 16;
-      continue;
-    }
     const unsigned lead = *p;
     if (lead < 0x80) {
+      // Try a block only from an ASCII byte, so other text pays nothing.
+      if (end - p >= 16 && ((load64(p) | load64(p + 8)) & kHighBits) == 0) {
+        for (int i = 0; i < 16; ++i) out[i] = p[i];
+        p += 16;
+        out += 16;
+        continue;
+      }
       *out++ = static_cast<wchar_t>(lead);
       ++p;
       continue;
@@ -146,33 +147,40 @@ bool decodeUtf8(const std::string& s, std::wstring& result) {
 bool encodeUtf8(const std::wstring& s, std::string& result) {
   // Exact length first, so the result is allocated once and written without
   // bounds checks; negative elements turn huge and fail with the rest.
-  std::size_t length = 0;
-  bool tooLarge = false;
+  // Written without branches so that the compiler can vectorise it.
+  std::size_t length = s.size();
+  std::uint32_t tooLarge = 0;
   for (const wchar_t element : s) {
     const auto u = static_cast<std::uint32_t>(element);
-    length += 1 + (u >= 0x80) + (u >= 0x800) + (u >= 0x10000);
+    length += static_cast<std::size_t>((u > 0x7F) + (u > 0x7FF) + (u > 0xFFFF));
     tooLarge |= u > 0x10FFFF;
   }
-  if (tooLarge) return false;
+  if (tooLarge != 0) return false;
   result.resize(length);
   const wchar_t* in = s.data();
   const wchar_t* const end = in + s.size();
   auto* out = reinterpret_cast<unsigned char*>(&result[0]);
   while (in != end) {
-    if (end - in >= 8) {
-      std::uint32_t any = 0;
-      for (int i = 0; i < 8; ++i) any |= static_cast<std::uint32_t>(in[i]);
-      if (any < 0x80) {
-        for (int i = 0; i < 8; ++i) out[i] = static_cast<unsigned char>(in[i]);
-        in += 8;
-        out += 8;
-        continue;
-      }
-    }
-    const auto u = static_cast<std::uint32_t>(*in++);
+    const auto u = static_cast<std::uint32_t>(*in);
     if (u < 0x80) {
+      // Try a block only from an ASCII unit, so other text pays nothing.
+      if (end - in >= 8) {
+        std::uint32_t any = 0;
+        for (int i = 0; i < 8; ++i) any |= static_cast<std::uint32_t>(in[i]);
+        if (any < 0x80) {
+          for (int i = 0; i < 8; ++i)
+            out[i] = static_cast<unsigned char>(in[i]);
+          in += 8;
+          out += 8;
+          continue;
+        }
+      }
       *out++ = static_cast<unsigned char>(u);
-    } else if (u < 0x800) {
+      ++in;
+      continue;
+    }
+    ++in;
+    if (u < 0x800) {
       out[0] = static_cast<unsigned char>(0xC0 | u >> 6);
       out[1] = static_cast<unsigned char>(0x80 | (u & 0x3F));
       out += 2;

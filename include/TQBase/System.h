@@ -27,10 +27,12 @@ TQBASE_EXPORT unsigned long long GetNativeCurrentThreadID();
 /// 0 yields the rest of the thread's time slice.
 TQBASE_EXPORT void mSleep(int milliseconds);
 
-/// The directory for temporary files as UTF-8, ending in "/". A caller can
-/// append a file name directly. The directory named by TMPDIR is used when
-/// that variable is set and names an existing directory; otherwise "/tmp/".
-/// The result is empty when no usable path can be found.
+/// The directory for temporary files as UTF-8, ending in "/", so a caller can
+/// append a file name directly; nothing is created. TMPDIR is used as it
+/// stands when it names an existing directory, is well-formed UTF-8 and takes
+/// at most 259 characters with the "/" added; otherwise "/tmp/" when that is a
+/// directory. The result is empty when neither qualifies. Only std::bad_alloc
+/// can leave the call.
 TQBASE_EXPORT std::string GetTempPathW();
 
 /// `value` in big-endian byte order: its bytes reversed on a little-endian

@@ -334,6 +334,7 @@ int NamedMutex::open(const char* name, NamedMutex** out) {
     handle->key = std::move(key);
     handle->objectName = std::move(objectName);
     shared.byName.emplace(handle->key, handle);
+    *out = handle;
     return 0;
   } catch (const std::bad_alloc&) {
     return ENOMEM;

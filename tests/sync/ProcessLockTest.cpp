@@ -236,7 +236,8 @@ TEST(ProcessLock, AssignmentSharesTheHandleAndClosesItOnce) {
   const std::string other = uniqueName("assign-other");
   TQProcessLock source;
   ASSERT_EQ(source.init(name.c_str()), 0);
-  source = source;
+  TQProcessLock& alias = source;
+  source = alias;  // self-assignment
   EXPECT_EQ(source.init(name.c_str()), 85);
 
   TQProcessLock target;

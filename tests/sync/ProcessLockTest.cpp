@@ -231,6 +231,35 @@ TEST(ProcessLock, NullNameGivesAPrivateMutex) {
   }
 }
 
+// A child that inherited the handles and closes them must leave the parent's
+// mutexes working: it neither destroys the unnamed one nor removes the named.
+TEST(ProcessLock, ChildClosingInheritedHandlesLeavesThemToTheParent) {
+  const std::string name = uniqueName("inherited");
+  TQProcessLock unnamed;
+  TQProcessLock named;
+  ASSERT_EQ(unnamed.init(nullptr), 0);
+  ASSERT_EQ(named.init(name.c_str()), 0);
+  {
+    ChildProcess child([&](ChildProcess&) {
+      unnamed.uninit();
+      named.uninit();
+      return 0;
+    });
+    ASSERT_TRUE(child.started());
+    EXPECT_EQ(child.wait(), 0);
+  }
+  EXPECT_EQ(countSharedObjects(name), 1);
+  for (TQProcessLock* lock : {&unnamed, &named}) {
+    lock->lock();
+    Contender other(*lock);
+    EXPECT_FALSE(other.acquiredWithin(kSettle));
+    lock->unlock();
+    EXPECT_TRUE(other.acquiredWithin(10s));
+  }
+  named.uninit();
+  EXPECT_EQ(countSharedObjects(name), 0);
+}
+
 TEST(ProcessLock, AssignmentSharesTheHandleAndClosesItOnce) {
   const std::string name = uniqueName("assign");
   const std::string other = uniqueName("assign-other");

@@ -291,6 +291,7 @@ int NamedMutex::open(const char* name, NamedMutex** out) {
       }
       handle->mapping = address;
       handle->mappingSize = sizeof(SharedBlock);
+      handle->openerProcess = static_cast<long>(::getpid());
       *out = handle;
       return 0;
     }
@@ -366,15 +367,13 @@ void NamedMutex::release() {
 
 void NamedMutex::close() {
   SharedBlock* block = blockOf(mapping);
-  if (!named) {
-    pthread_mutex_destroy(&block->mutex);
-  } else if (openerProcess == static_cast<long>(::getpid())) {
-    // A forked child shares our descriptor and so our flock: it must
-    // neither change the lock nor remove the object.
-    if (::flock(fileDescriptor, LOCK_EX | LOCK_NB) == 0 &&
-        block->pinned.load(std::memory_order_relaxed) == 0) {
-      ::shm_unlink(objectName.c_str());
-    }
+  // A forked child shares the memory, the descriptor and so the flock with
+  // its parent: it only drops its own mapping and descriptor.
+  const bool opener = openerProcess == static_cast<long>(::getpid());
+  if (opener && !named) pthread_mutex_destroy(&block->mutex);
+  if (opener && named && ::flock(fileDescriptor, LOCK_EX | LOCK_NB) == 0 &&
+      block->pinned.load(std::memory_order_relaxed) == 0) {
+    ::shm_unlink(objectName.c_str());
   }
   ::munmap(mapping, mappingSize);
   if (fileDescriptor >= 0) ::close(fileDescriptor);

@@ -1,0 +1,59 @@
+#ifndef TQBASE_SYNC_PLATFORM_NAMEDMUTEX_H_
+#define TQBASE_SYNC_PLATFORM_NAMEDMUTEX_H_
+
+#include <atomic>
+#include <cstddef>
+#include <string>
+
+namespace TQBase {
+namespace platform {
+
+/// A mutex that threads of several processes reach by name: owned by a
+/// thread, recursive, and passed on to the next locker when its owner dies.
+/// Handles are reference-counted; within a process all handles of one name
+/// share one object, so `lock` through any of them reaches the same mutex.
+class NamedMutex {
+ public:
+  /// Opens the mutex of `name` (any bytes), creating it if need be, or makes
+  /// a mutex no other process can find when `name` is null. On success
+  /// `*out` holds one reference and the result is 0; otherwise an errno
+  /// value and `*out` is untouched.
+  static int open(const char* name, NamedMutex** out);
+
+  /// One more reference to this handle.
+  void retain();
+  /// Drops a reference; the last one closes the handle (unless a thread of
+  /// this process still owns the mutex, see the .cpp).
+  void release();
+
+  /// Blocks until the calling thread owns the mutex; a mutex whose owner
+  /// died is taken over. Failures are swallowed.
+  void lock();
+  /// Gives up one level of ownership; ignored for a thread that is no owner.
+  void unlock();
+
+  /// Name of the system object for `name`. Short names are escaped
+  /// one-to-one; long ones are hashed, and `slot` numbers the candidates
+  /// tried after a hash collision.
+  static std::string systemObjectName(const std::string& name, unsigned slot);
+
+ private:
+  NamedMutex() = default;
+  ~NamedMutex() = default;
+  void close();
+
+  int references = 1;              // guarded by the process-wide registry
+  std::atomic<int> heldLevels{0};  // levels owned by threads of this process
+  void* mapping = nullptr;         // the shared block holding the mutex
+  std::size_t mappingSize = 0;
+  int fileDescriptor = -1;  // -1 for an unnamed mutex
+  long openerProcess = 0;   // process that opened it (forks inherit)
+  bool named = false;
+  std::string key;         // the caller's name
+  std::string objectName;  // the system object's name
+};
+
+}  // namespace platform
+}  // namespace TQBase
+
+#endif  // TQBASE_SYNC_PLATFORM_NAMEDMUTEX_H_

@@ -11,8 +11,6 @@ class CtypeLocale {
       : saved_(std::setlocale(LC_CTYPE, nullptr)),
         ok_(std::setlocale(LC_CTYPE, name) != nullptr) {}
   ~CtypeLocale() { std::setlocale(LC_CTYPE, saved_.c_str()); }
-  CtypeLocale(const CtypeLocale&) = delete;
-  CtypeLocale& operator=(const CtypeLocale&) = delete;
   bool ok() const { return ok_; }
 
  private:

@@ -9,29 +9,22 @@ using TQBase::stdstring;
 
 namespace {
 
-// A byte scan, not a parser: every row, odd ones included, is the behaviour.
+// A byte scan, not a parser: every row, the odd ones included, is behaviour.
 TEST(StdStringJsonMask, MaskingTable) {
   struct Row {
     std::string json;
     std::list<std::string> keys;
     char mask;
     std::string expected;
-  } rows[] = {
-      {R"({"user":"bob","password":"abc123","age":30})",
-       {"password"},
-       '*',
-       R"({"user":"bob","password":********,"age":30})"},
+  };
+  // clang-format off
+  const Row rows[] = {
+      {R"({"user":"bob","password":"abc123","age":30})", {"password"}, '*', R"({"user":"bob","password":********,"age":30})"},
       {R"({"Token":"abc","x":1})", {"token"}, '#', R"({"Token":#####,"x":1})"},
-      {R"({"pwd":"a","list":[{"pwd":"b"},{"pwd":12}]})",
-       {"pwd"},
-       '*',
-       R"({"pwd":***,"list":[{"pwd":***},{"pwd":**}]})"},
+      {R"({"pwd":"a","list":[{"pwd":"b"},{"pwd":12}]})", {"pwd"}, '*', R"({"pwd":***,"list":[{"pwd":***},{"pwd":**}]})"},
       {R"({"k":null,"k":true})", {"K"}, 'x', R"({"k":xxxx,"k":xxxx})"},
       {R"({"k":"a,b"})", {"k"}, '*', R"({"k":**,b"})"},
-      {R"({"k":{"x":1,"y":2},"z":3})",
-       {"k"},
-       '*',
-       R"({"k":******,"y":2},"z":3})"},
+      {R"({"k":{"x":1,"y":2},"z":3})", {"k"}, '*', R"({"k":******,"y":2},"z":3})"},
       {R"({"k":[1,2,3],"z":3})", {"k"}, '*', R"({"k":**,2,3],"z":3})"},
       {R"({"a":"id","b":2})", {"id"}, '*', R"({"a":"id","b":*})"},
       {R"({"userid":7,"id":8})", {"id"}, '*', R"({"userid":*,"id":*})"},
@@ -53,25 +46,24 @@ TEST(StdStringJsonMask, MaskingTable) {
       {"", {"a", ""}, '*', ""},
       {R"({"a":1})", {}, '*', R"({"a":1})"},
   };
+  // clang-format on
   for (const Row& row : rows) {
-    SCOPED_TRACE(row.json);
     EXPECT_EQ(stdstring::MaskJsonValue(row.json, row.keys, row.mask),
-              row.expected);
+              row.expected)
+        << row.json;
   }
 }
 
 // Long texts take the block search; the answer must not change with length.
 TEST(StdStringJsonMask, LongTextMasksEveryOccurrence) {
-  std::string json = "{";
-  std::string expected = "{";
+  std::string json = "{", expected = "{";
   for (int i = 0; i < 200; ++i) {
-    json += R"("Secret":"v)" + std::to_string(i) + R"(","n":1,)";
-    expected += R"("Secret":)" +
-                std::string(3 + std::to_string(i).size(), '*') + R"(,"n":1,)";
+    const std::string value = "\"v" + std::to_string(i) + "\"";
+    json += R"("Secret":)" + value + R"(,"n":1,)";
+    expected += R"("Secret":)" + std::string(value.size(), '*') + R"(,"n":1,)";
   }
-  json += "}";
-  expected += "}";
-  EXPECT_EQ(stdstring::MaskJsonValue(json, {"sECRET"}, '*'), expected);
+  EXPECT_EQ(stdstring::MaskJsonValue(json + "}", {"sECRET"}, '*'),
+            expected + "}");
 }
 
 }  // namespace

@@ -10,124 +10,109 @@ using Tokens = std::list<std::string>;
 
 namespace {
 
-// The four splitters differ at their edges; each column is their contract.
+// Tokens as "<a><><b>" so a table row fits on a line; no token is "".
+std::string show(const Tokens& tokens) {
+  std::string shown;
+  for (const std::string& t : tokens) shown += "<" + t + ">";
+  return shown;
+}
+
+enum Splitter { kFree, kMember, kMemberChars, kRgx };
+
+// Runs one splitter on a list that held a stale token; each must empty it
+// and return the number of tokens.
+std::string split(Splitter which, const std::string& in, bool keepEmpty,
+                  const std::string& sep = ",") {
+  Tokens out{"stale"};
+  int count = 0;
+  switch (which) {
+    case kFree:
+      count = TQBase::SplitString(out, in, sep[0], keepEmpty);
+      break;
+    case kMember:
+      count = stdstring::SplitString(out, in, sep[0], keepEmpty);
+      break;
+    case kMemberChars:
+      count = stdstring::SplitString(out, in.c_str(), sep[0], keepEmpty);
+      break;
+    case kRgx:
+      count = stdstring::SplitStringRgx(out, in, sep, !keepEmpty);
+      break;
+  }
+  EXPECT_EQ(count, static_cast<int>(out.size()));
+  return show(out);
+}
+
+// The four splitters differ at their edges; each column is a contract.
 TEST(StdStringSplit, ComparisonTable) {
   struct Row {
-    std::string input;
-    Tokens freeKeep, memberKeep, rgxKeep, allDrop;
-  } rows[] = {
-      {"", {""}, {}, {""}, {}},
-      {"a", {"a"}, {"a"}, {"a"}, {"a"}},
-      {"a,b", {"a", "b"}, {"a", "b"}, {"a", "b"}, {"a", "b"}},
-      {",a", {"", "a"}, {"", "a"}, {"", "a"}, {"a"}},
-      {"a,", {"a", ""}, {"a", ""}, {"a", ""}, {"a"}},
-      {"a,,b", {"a", "", "b"}, {"a", "", "b"}, {"a", "", "b"}, {"a", "b"}},
-      {",", {"", ""}, {"", ""}, {"", ""}, {}},
+    std::string in, freeKeep, memberKeep, rgxKeep, allDrop;
   };
-  for (const Row& row : rows) {
-    SCOPED_TRACE("input '" + row.input + "'");
-    Tokens out{"stale"};
-    EXPECT_EQ(TQBase::SplitString(out, row.input, ',', true),
-              int(row.freeKeep.size()));
-    EXPECT_EQ(out, row.freeKeep);
-    out = {"stale"};
-    EXPECT_EQ(stdstring::SplitString(out, row.input, ',', true),
-              int(row.memberKeep.size()));
-    EXPECT_EQ(out, row.memberKeep);
-    out = {"stale"};
-    EXPECT_EQ(stdstring::SplitStringRgx(out, row.input, ",", false),
-              int(row.rgxKeep.size()));
-    EXPECT_EQ(out, row.rgxKeep);
-    out = {"stale"};
-    EXPECT_EQ(TQBase::SplitString(out, row.input, ',', false),
-              int(row.allDrop.size()));
-    EXPECT_EQ(out, row.allDrop);
-    out = {"stale"};
-    EXPECT_EQ(stdstring::SplitString(out, row.input.c_str(), ',', false),
-              int(row.allDrop.size()));
-    EXPECT_EQ(out, row.allDrop);
-    out = {"stale"};
-    EXPECT_EQ(stdstring::SplitStringRgx(out, row.input, ",", true),
-              int(row.allDrop.size()));
-    EXPECT_EQ(out, row.allDrop);
+  // clang-format off
+  const Row rows[] = {
+      {"",     "<>",        "",          "<>",        ""},
+      {"a",    "<a>",       "<a>",       "<a>",       "<a>"},
+      {"a,b",  "<a><b>",    "<a><b>",    "<a><b>",    "<a><b>"},
+      {",a",   "<><a>",     "<><a>",     "<><a>",     "<a>"},
+      {"a,",   "<a><>",     "<a><>",     "<a><>",     "<a>"},
+      {"a,,b", "<a><><b>",  "<a><><b>",  "<a><><b>",  "<a><b>"},
+      {",",    "<><>",      "<><>",      "<><>",      ""},
+  };
+  // clang-format on
+  for (const Row& r : rows) {
+    SCOPED_TRACE("input '" + r.in + "'");
+    EXPECT_EQ(split(kFree, r.in, true), r.freeKeep);
+    EXPECT_EQ(split(kMember, r.in, true), r.memberKeep);
+    EXPECT_EQ(split(kMemberChars, r.in, true), r.memberKeep);
+    EXPECT_EQ(split(kRgx, r.in, true), r.rgxKeep);
+    for (Splitter which : {kFree, kMember, kMemberChars, kRgx}) {
+      EXPECT_EQ(split(which, r.in, false), r.allDrop) << which;
+    }
   }
 }
 
-TEST(StdStringSplit, NulEndsCharFormsButNotRgx) {
-  Tokens out;
-  const std::string text("a\0,b", 4);
-  EXPECT_EQ(TQBase::SplitString(out, text, ','), 1);
-  EXPECT_EQ(out, Tokens{"a"});
-  EXPECT_EQ(stdstring::SplitString(out, text, ','), 1);
-  EXPECT_EQ(out, Tokens{"a"});
-  EXPECT_EQ(stdstring::SplitStringRgx(out, text, ","), 2);
-  EXPECT_EQ(out, (Tokens{std::string("a\0", 2), "b"}));
-
-  const std::string leadingNul("\0a", 2);
-  EXPECT_EQ(TQBase::SplitString(out, leadingNul, ',', true), 1);
-  EXPECT_EQ(out, Tokens{""});
-  EXPECT_EQ(stdstring::SplitString(out, leadingNul, ',', true), 0);
+TEST(StdStringSplit, NulEdges) {
+  const std::string nulInside("a\0,b", 4), nulFirst("\0a", 2);
+  EXPECT_EQ(split(kFree, nulInside, true), "<a>");
+  EXPECT_EQ(split(kMember, nulInside, true), "<a>");
+  EXPECT_EQ(split(kRgx, nulInside, true), std::string("<a\0><b>", 7));
+  EXPECT_EQ(split(kFree, nulFirst, true), "<>");
+  EXPECT_EQ(split(kMember, nulFirst, true), "");
+  EXPECT_EQ(split(kRgx, {"a\0b\0c", 5}, true, {"\0", 1}), "<a><b><c>");
+  Tokens out{"stale"};
+  EXPECT_EQ(stdstring::SplitString(out, nullptr, ','), 0);
   EXPECT_TRUE(out.empty());
-  out = {"stale"};
-  EXPECT_EQ(stdstring::SplitString(out, static_cast<const char*>(nullptr), ','),
-            0);
-  EXPECT_TRUE(out.empty());
-
-  EXPECT_EQ(stdstring::SplitStringRgx(out, std::string("a\0b\0c", 5),
-                                      std::string(1, '\0')),
-            3);
-  EXPECT_EQ(out, (Tokens{"a", "b", "c"}));
-}
-
-// A NUL separator cannot stand inside NUL-terminated text: the text is one
-// token.
-TEST(StdStringSplit, NulSeparatorGivesWholeText) {
-  Tokens out;
-  EXPECT_EQ(TQBase::SplitString(out, "a,b", '\0'), 1);
-  EXPECT_EQ(out, Tokens{"a,b"});
-  EXPECT_EQ(stdstring::SplitString(out, "a,b", '\0'), 1);
-  EXPECT_EQ(out, Tokens{"a,b"});
-  EXPECT_EQ(TQBase::SplitString(out, "", '\0', false), 0);
+  // A NUL separator cannot stand inside NUL-terminated text: one token.
+  for (Splitter which : {kFree, kMember, kMemberChars}) {
+    EXPECT_EQ(split(which, "a,b", true, {"\0", 1}), "<a,b>");
+  }
 }
 
 TEST(StdStringSplit, RgxMatchesPlainBytes) {
-  Tokens out;
-  EXPECT_EQ(stdstring::SplitStringRgx(out, "a::b", "::"), 2);
-  EXPECT_EQ(out, (Tokens{"a", "b"}));
-  EXPECT_EQ(stdstring::SplitStringRgx(out, "a:::b", "::"), 2);
-  EXPECT_EQ(out, (Tokens{"a", ":b"}));
-  EXPECT_EQ(stdstring::SplitStringRgx(out, "aXbxc", "x"), 2);
-  EXPECT_EQ(out, (Tokens{"aXb", "c"}));
-  EXPECT_EQ(stdstring::SplitStringRgx(out, "abc", "", false), 1);
-  EXPECT_EQ(out, Tokens{""});
-  EXPECT_EQ(stdstring::SplitStringRgx(out, "abc", "", true), 0);
-  EXPECT_EQ(stdstring::SplitStringRgx(out, "a1b2c", "[0-9]"), 1);
-  EXPECT_EQ(out, Tokens{"a1b2c"});
+  EXPECT_EQ(split(kRgx, "a::b", true, "::"), "<a><b>");
+  EXPECT_EQ(split(kRgx, "a:::b", true, "::"), "<a><:b>");
+  EXPECT_EQ(split(kRgx, "aXbxc", true, "x"), "<aXb><c>");
+  EXPECT_EQ(split(kRgx, "abc", true, ""), "<>");
+  EXPECT_EQ(split(kRgx, "abc", false, ""), "");
+  EXPECT_EQ(split(kRgx, "a1b2c", true, "[0-9]"), "<a1b2c>");
 }
 
-TEST(StdStringSplit, JoinSkipsSeparatorWhileResultEmpty) {
+TEST(StdStringSplit, JoinAddsSeparatorOnlyBehindText) {
   struct Row {
     Tokens items;
     std::string sep, expected;
-  } rows[] = {
-      {{}, ",", ""},
-      {{"", ""}, ",", ""},
-      {{"a", "b"}, ",", "a,b"},
-      {{"a"}, ",", "a"},
-      {{"", "a"}, ",", "a"},
-      {{"", "", "a"}, ",", "a"},
-      {{"a", ""}, ",", "a,"},
-      {{"a", "", "b"}, ",", "a,,b"},
-      {{"", "a", "", "b", ""}, ",", "a,,b,"},
-      {{"a", "b"}, "", "ab"},
-      {{"a", "b", "c"}, "<->", "a<->b<->c"},
   };
+  // clang-format off
+  const Row rows[] = {
+      {{}, ",", ""}, {{"", ""}, ",", ""}, {{"a", "b"}, ",", "a,b"}, {{"", "", "a"}, ",", "a"},
+      {{"a", ""}, ",", "a,"}, {{"a", "", "b"}, ",", "a,,b"}, {{"", "a", "", "b", ""}, ",", "a,,b,"},
+      {{"a", "b"}, "", "ab"}, {{"a", "b", "c"}, "<->", "a<->b<->c"},
+  };
+  // clang-format on
   for (const Row& row : rows) {
-    SCOPED_TRACE(row.expected);
-    EXPECT_EQ(stdstring::JoinString(row.items, row.sep), row.expected);
+    EXPECT_EQ(stdstring::JoinString(row.items, row.sep), row.expected)
+        << show(row.items);
   }
-  const Tokens items{"x", "y"};
-  EXPECT_EQ(stdstring::JoinString(items, items.front()), "xxy");
 }
 
 }  // namespace

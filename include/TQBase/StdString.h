@@ -63,7 +63,8 @@ class TQBASE_EXPORT stdstring {
   /// `npos`. NUL is an ordinary byte. An empty `sub` is found at `from` while
   /// `from` is at most the size. With `caseSensitive` false the result is
   /// that of searching `toLowerStr(sub)` in `toLowerStr(str)` (the process's
-  /// `tolower`), without making either copy.
+  /// `tolower`), without lowering a copy of `str`. Worst case, as for
+  /// `std::string::find`, is the product of the two lengths.
   static std::size_t indexOf(const std::string& str, const std::string& sub,
                              std::size_t from = 0, bool caseSensitive = true);
 

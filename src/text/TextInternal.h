@@ -24,8 +24,10 @@ struct CaseMap {
   unsigned char to[256];
 };
 
-// The byte goes to the routine as a signed char, as the library always has
-// done; glibc indexes its tables from -128, so -128..-1 are valid arguments.
+// The byte goes to the routine as a signed char, so bytes from 0x80 arrive as
+// -128..-1 (0xFF as EOF, which maps to itself). glibc indexes its case tables
+// from -128 and gives those values the entries of the bytes they stand for;
+// a C library that rejects negative arguments needs its own version here.
 unsigned char lowerByte(unsigned char b);
 unsigned char upperByte(unsigned char b);
 void fillLowerMap(CaseMap& map);

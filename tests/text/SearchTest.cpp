@@ -126,6 +126,18 @@ TEST(StdStringSearch, IndexOfAndLastIndexOfTables) {
   }
 }
 
+// Long needles take a different path; repetitive text is their hard case.
+TEST(StdStringSearch, LongNeedleInRepetitiveText) {
+  const std::string needle = std::string(70, 'a') + "b";
+  const std::string text =
+      std::string(5000, 'a') + needle + std::string(80, 'a');
+  EXPECT_EQ(stdstring::indexOf(text, needle, 0, true), 5000u);
+  EXPECT_EQ(stdstring::indexOf(text, needle, 5001, true), npos);
+  EXPECT_EQ(stdstring::indexOf(text, stdstring::toUpperStr(needle), 9, false),
+            5000u);
+  EXPECT_EQ(stdstring::lastIndexOf(text, needle, npos, true), 5000u);
+}
+
 // Ignoring case must give the answer of searching lower-case copies. A small
 // alphabet (cases, NUL, high bytes) makes many near matches; lengths cross
 // the 16-byte blocks and the map threshold.

@@ -1,1 +1,201 @@
 #include "TQBase/StdString.h"
+
+#include "text/NumberParse.h"
+
+#include <cctype>
+#include <cerrno>
+#include <climits>
+#include <cmath>
+#include <cstdlib>
+#include <limits>
+
+namespace TQBase {
+namespace detail {
+namespace {
+
+// The library keeps the 32-bit `long` of the platform it was first written
+// for, so an int range check follows every 64-bit conversion.
+constexpr long long kInt32Min = -2147483647LL - 1;
+constexpr long long kInt32Max = 2147483647LL;
+constexpr unsigned long long kUInt32Max = 4294967295ULL;
+
+NumberFailure outOfRange() noexcept {
+  errno = ERANGE;
+  return NumberFailure::outOfRange;
+}
+
+// Whether the conversion routine will read a minus sign: it skips the
+// locale's whitespace first, as std::isspace does.
+bool hasLeadingMinus(const char* text) noexcept {
+  while (std::isspace(static_cast<unsigned char>(*text)) != 0) {
+    ++text;
+  }
+  return *text == '-';
+}
+
+}  // namespace
+
+NumberFailure parseInt64(const char* text, long long& value) noexcept {
+  value = 0;
+  errno = 0;
+  char* end = nullptr;
+  const long long parsed = std::strtoll(text, &end, 10);
+  if (end == text) {
+    return NumberFailure::noNumber;
+  }
+  if (errno == ERANGE) {
+    return NumberFailure::outOfRange;
+  }
+  value = parsed;
+  return NumberFailure::none;
+}
+
+NumberFailure parseInt32(const char* text, int& value) noexcept {
+  value = 0;
+  long long wide = 0;
+  const NumberFailure failure = parseInt64(text, wide);
+  if (failure != NumberFailure::none) {
+    return failure;
+  }
+  if (wide < kInt32Min || wide > kInt32Max) {
+    return outOfRange();
+  }
+  value = static_cast<int>(wide);
+  return NumberFailure::none;
+}
+
+NumberFailure parseUInt32(const char* text, int base,
+                          unsigned int& value) noexcept {
+  value = 0;
+  if (base != 0 && (base < 2 || base > 36)) {
+    // The routine's behaviour for such a base is not portable; never call it.
+    errno = EINVAL;
+    return NumberFailure::noNumber;
+  }
+  errno = 0;
+  char* end = nullptr;
+  const unsigned long long parsed = std::strtoull(text, &end, base);
+  if (end == text) {
+    return NumberFailure::noNumber;
+  }
+  if (errno == ERANGE) {
+    return NumberFailure::outOfRange;
+  }
+  // A 32-bit strtoul range-checks the magnitude, then negates in 32 bits:
+  // "-4294967295" gives 1, "-4294967296" is out of range.
+  const bool negative = hasLeadingMinus(text);
+  const unsigned long long magnitude = negative ? 0 - parsed : parsed;
+  if (magnitude > kUInt32Max) {
+    return outOfRange();
+  }
+  const auto narrow = static_cast<unsigned int>(magnitude);
+  value = negative ? 0u - narrow : narrow;
+  return NumberFailure::none;
+}
+
+NumberFailure parseDouble(const char* text, double& value) noexcept {
+  value = 0.0;
+  errno = 0;
+  char* end = nullptr;
+  const double parsed = std::strtod(text, &end);
+  if (end == text) {
+    return NumberFailure::noNumber;
+  }
+  if (errno == ERANGE) {
+    return NumberFailure::outOfRange;
+  }
+  value = parsed;
+  return NumberFailure::none;
+}
+
+NumberFailure parseFloat(const char* text, float& value) noexcept {
+  value = 0.0f;
+  double wide = 0.0;
+  const NumberFailure failure = parseDouble(text, wide);
+  if (failure != NumberFailure::none) {
+    return failure;
+  }
+  // Narrowing a finite double beyond the float range is undefined in C++,
+  // so do by hand what round-to-nearest does: up to half an ulp above
+  // FLT_MAX still rounds to FLT_MAX (2^128 - 2^104), from there on (ties to
+  // even included) to infinity.
+  constexpr double kFloatMax = std::numeric_limits<float>::max();
+  constexpr double kOverflowFrom = kFloatMax + 0x1p103;
+  const double magnitude = std::fabs(wide);
+  if (magnitude > kFloatMax && !std::isnan(wide)) {
+    const float big = magnitude >= kOverflowFrom
+                          ? std::numeric_limits<float>::infinity()
+                          : std::numeric_limits<float>::max();
+    value = std::signbit(wide) ? -big : big;
+  } else {
+    value = static_cast<float>(wide);
+  }
+  return NumberFailure::none;
+}
+
+const char* numberFailureText(NumberForm form, NumberFailure failure) noexcept {
+  static const char* const kTexts[][2] = {
+      {"invalid stod argument", "stod argument out of range"},
+      {"invalid stof argument", "stof argument out of range"},
+      {"invalid stoi argument", "stoi argument out of range"},
+      {"invalid stol argument", "stol argument out of range"},
+      {"invalid stoll argument", "stoll argument out of range"},
+      {"invalid stoul argument", "stoul argument out of range"},
+  };
+  if (failure == NumberFailure::none) {
+    return nullptr;
+  }
+  return kTexts[static_cast<int>(form)]
+               [failure == NumberFailure::noNumber ? 0 : 1];
+}
+
+}  // namespace detail
+
+// The exported parsers report failure by the value 0 alone. The internal
+// ones never throw, so there is no exception to catch on the way out.
+
+bool stdstring::stob(const std::string& str, bool defaultValue) {
+  if (str.empty()) {
+    return defaultValue;
+  }
+  const char first = str[0];
+  return first == 't' || first == 'T' || (first >= '1' && first <= '9');
+}
+
+double stdstring::stod(const std::string& str) {
+  double value = 0.0;
+  detail::parseDouble(str.c_str(), value);
+  return value;
+}
+
+float stdstring::stof(const std::string& str) {
+  float value = 0.0f;
+  detail::parseFloat(str.c_str(), value);
+  return value;
+}
+
+int stdstring::stoi(const std::string& str) {
+  int value = 0;
+  detail::parseInt32(str.c_str(), value);
+  return value;
+}
+
+long stdstring::stol(const std::string& str) {
+  int value = 0;
+  detail::parseInt32(str.c_str(), value);
+  return value;
+}
+
+long long stdstring::stoll(const std::string& str) {
+  long long value = 0;
+  detail::parseInt64(str.c_str(), value);
+  return value;
+}
+
+unsigned int stdstring::stoui(const std::string& str, int base) {
+  unsigned int value = 0;
+  detail::parseUInt32(str.c_str(), base, value);
+  return value;
+}
+
+}  // namespace TQBase

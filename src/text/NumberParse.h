@@ -1,0 +1,31 @@
+#ifndef TQBASE_TEXT_NUMBERPARSE_H_
+#define TQBASE_TEXT_NUMBERPARSE_H_
+
+namespace TQBase {
+namespace detail {
+
+// Why a conversion gave 0. The exported parsers fold every failure into the
+// value 0 without raising anything; these give tests and callers inside the
+// library the reason.
+enum class NumberFailure { none, noNumber, outOfRange };
+
+enum class NumberForm { stod, stof, stoi, stol, stoll, stoui };
+
+// Each reads a NUL-terminated text, sets `value` (0 on failure) and leaves
+// errno 0 after a clean conversion, ERANGE after an out-of-range one.
+NumberFailure parseInt32(const char* text, int& value) noexcept;
+NumberFailure parseInt64(const char* text, long long& value) noexcept;
+NumberFailure parseUInt32(const char* text, int base,
+                          unsigned int& value) noexcept;
+NumberFailure parseDouble(const char* text, double& value) noexcept;
+NumberFailure parseFloat(const char* text, float& value) noexcept;
+
+// The message a failure carries, as the standard conversions word it
+// ("invalid stoi argument", "stoi argument out of range"); the unsigned form
+// is worded after stoul. Null for NumberFailure::none.
+const char* numberFailureText(NumberForm form, NumberFailure failure) noexcept;
+
+}  // namespace detail
+}  // namespace TQBase
+
+#endif  // TQBASE_TEXT_NUMBERPARSE_H_

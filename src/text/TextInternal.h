@@ -1,0 +1,53 @@
+#ifndef TQBASE_TEXT_TEXTINTERNAL_H_
+#define TQBASE_TEXT_TEXTINTERNAL_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+namespace TQBase {
+namespace detail {
+
+// Bit k stands for the byte value k + 1: tab, LF, VT, FF, CR and space.
+inline constexpr std::uint32_t asciiSpaceMask = 0x80001F00u;
+
+inline bool isAsciiSpace(unsigned char c) {
+  // Unsigned wrap turns NUL into 255, so one comparison covers both ends.
+  const unsigned offset = static_cast<unsigned char>(c - 1u);
+  return offset <= 31u && ((asciiSpaceMask >> offset) & 1u) != 0;
+}
+
+// A byte-to-byte map taken from the process's tolower/toupper at one moment,
+// so a long text is converted by lookups instead of one library call per
+// byte. It gives exactly what lowerByte/upperByte give under the same locale.
+struct CaseMap {
+  unsigned char to[256];
+};
+
+// The byte goes to the routine as a signed char, so bytes from 0x80 arrive as
+// -128..-1 (0xFF as EOF, which maps to itself). glibc indexes its case tables
+// from -128 and gives those values the entries of the bytes they stand for;
+// a C library that rejects negative arguments needs its own version here.
+unsigned char lowerByte(unsigned char b);
+unsigned char upperByte(unsigned char b);
+void fillLowerMap(CaseMap& map);
+void fillUpperMap(CaseMap& map);
+
+// Texts shorter than this are converted byte by byte: filling a CaseMap costs
+// 256 calls of the routine.
+inline constexpr std::size_t kCaseMapThreshold = 256;
+
+// First p >= from with map.to[hay[p + i]] == foldedNeedle[i] for every i < m,
+// or npos. foldedNeedle is the needle already passed through the map.
+// Requires m >= 1.
+std::size_t findFolded(const char* hay, std::size_t n, const char* foldedNeedle,
+                       std::size_t m, std::size_t from, const CaseMap& map);
+
+// First p >= from where needle occurs byte for byte, or npos. Requires m >= 1.
+std::size_t findExact(const char* hay, std::size_t n, const char* needle,
+                      std::size_t m, std::size_t from);
+
+}  // namespace detail
+}  // namespace TQBase
+
+#endif  // TQBASE_TEXT_TEXTINTERNAL_H_

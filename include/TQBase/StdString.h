@@ -26,6 +26,9 @@ TQBASE_EXPORT int SplitString(std::list<std::string>& out,
 class TQBASE_EXPORT stdstring {
  public:
   stdstring() = delete;
+  /// Stateless: assignment does nothing but return `*this`. Exported so the
+  /// class's surface is whole.
+  stdstring& operator=(const stdstring& other);
 
   // --- Search and comparison -----------------------------------------------
 

@@ -24,6 +24,10 @@ namespace TQBase {
 /// write no terminator. std::bad_alloc passes to the caller.
 class TQBASE_EXPORT TQBase64 {
  public:
+  /// Stateless: assignment does nothing but return `*this`. Exported so the
+  /// class's surface is whole.
+  TQBase64& operator=(const TQBase64& other);
+
   /// Characters that `srcLen` bytes encode to: ((srcLen + 2) / 3) * 4,
   /// computed in wrapping 32-bit signed arithmetic with no guard. Exact for
   /// 0 to 1,610,612,733; meaningless above, and a negative `srcLen` gives

@@ -6,6 +6,8 @@
 #include <stdexcept>
 
 namespace TQBase {
+
+TQBase64& TQBase64::operator=(const TQBase64&) { return *this; }
 namespace {
 
 constexpr char kBase64Alphabet[] =

@@ -6,6 +6,8 @@
 #include <cwctype>
 
 namespace TQBase {
+
+stdstring& stdstring::operator=(const stdstring&) { return *this; }
 namespace detail {
 
 unsigned char lowerByte(unsigned char b) {

@@ -4,18 +4,11 @@
 #include <cstring>
 
 #include "bytearray/ByteArrayData.h"
+#include "frame/AsciiSpace.h"
 
 namespace TQBase {
 
 namespace {
-
-// Bit k stands for the byte k + 1: tab, LF, VT, FF, CR and space.
-constexpr unsigned int asciiSpaceMask = 0x80001F00u;
-
-bool isAsciiSpace(unsigned char c) {
-  const unsigned int shifted = static_cast<unsigned char>(c - 1);
-  return shifted <= 31 && ((asciiSpaceMask >> shifted) & 1u) != 0;
-}
 
 // Length of a C string for the read-only members, which allocate nothing and
 // so have nothing to refuse: a string longer than any array is clamped to
@@ -131,9 +124,11 @@ TQByteArray TQByteArray::trimmed() const {
   const char* data = constData();
   const char* begin = data;
   const char* end = data + ownSize;
-  while (begin < end && isAsciiSpace(static_cast<unsigned char>(*begin)))
+  while (begin < end &&
+         detail::isAsciiSpace(static_cast<unsigned char>(*begin)))
     ++begin;
-  while (end > begin && isAsciiSpace(static_cast<unsigned char>(end[-1])))
+  while (end > begin &&
+         detail::isAsciiSpace(static_cast<unsigned char>(end[-1])))
     --end;
   return mid(static_cast<int>(begin - data), static_cast<int>(end - begin));
 }

@@ -5,17 +5,10 @@
 #include <cstdint>
 #include <string>
 
+#include "frame/AsciiSpace.h"
+
 namespace TQBase {
 namespace detail {
-
-// Bit k stands for the byte value k + 1: tab, LF, VT, FF, CR and space.
-inline constexpr std::uint32_t asciiSpaceMask = 0x80001F00u;
-
-inline bool isAsciiSpace(unsigned char c) {
-  // Unsigned wrap turns NUL into 255, so one comparison covers both ends.
-  const unsigned offset = static_cast<unsigned char>(c - 1u);
-  return offset <= 31u && ((asciiSpaceMask >> offset) & 1u) != 0;
-}
 
 // A byte-to-byte map taken from the process's tolower/toupper at one moment,
 // so a long text is converted by lookups instead of one library call per

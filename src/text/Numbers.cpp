@@ -33,21 +33,26 @@ bool hasLeadingMinus(const char* text) noexcept {
   return *text == '-';
 }
 
+// Runs one strto* routine over `text` and sorts its outcome: `value` is the
+// result, or 0 when nothing was read or the routine reported ERANGE.
+template <typename T, typename Convert>
+NumberFailure convert(const char* text, T& value, Convert routine) noexcept {
+  errno = 0;
+  char* end = nullptr;
+  value = routine(text, &end);
+  if (end == text || errno == ERANGE) {
+    value = 0;
+    return end == text ? NumberFailure::noNumber : NumberFailure::outOfRange;
+  }
+  return NumberFailure::none;
+}
+
 }  // namespace
 
 NumberFailure parseInt64(const char* text, long long& value) noexcept {
-  value = 0;
-  errno = 0;
-  char* end = nullptr;
-  const long long parsed = std::strtoll(text, &end, 10);
-  if (end == text) {
-    return NumberFailure::noNumber;
-  }
-  if (errno == ERANGE) {
-    return NumberFailure::outOfRange;
-  }
-  value = parsed;
-  return NumberFailure::none;
+  return convert(text, value, [](const char* t, char** end) {
+    return std::strtoll(t, end, 10);
+  });
 }
 
 NumberFailure parseInt32(const char* text, int& value) noexcept {
@@ -72,14 +77,13 @@ NumberFailure parseUInt32(const char* text, int base,
     errno = EINVAL;
     return NumberFailure::noNumber;
   }
-  errno = 0;
-  char* end = nullptr;
-  const unsigned long long parsed = std::strtoull(text, &end, base);
-  if (end == text) {
-    return NumberFailure::noNumber;
-  }
-  if (errno == ERANGE) {
-    return NumberFailure::outOfRange;
+  unsigned long long parsed = 0;
+  const NumberFailure failure =
+      convert(text, parsed, [base](const char* t, char** end) {
+        return std::strtoull(t, end, base);
+      });
+  if (failure != NumberFailure::none) {
+    return failure;
   }
   // A 32-bit strtoul range-checks the magnitude, then negates in 32 bits:
   // "-4294967295" gives 1, "-4294967296" is out of range.
@@ -94,18 +98,8 @@ NumberFailure parseUInt32(const char* text, int base,
 }
 
 NumberFailure parseDouble(const char* text, double& value) noexcept {
-  value = 0.0;
-  errno = 0;
-  char* end = nullptr;
-  const double parsed = std::strtod(text, &end);
-  if (end == text) {
-    return NumberFailure::noNumber;
-  }
-  if (errno == ERANGE) {
-    return NumberFailure::outOfRange;
-  }
-  value = parsed;
-  return NumberFailure::none;
+  return convert(text, value,
+                 [](const char* t, char** end) { return std::strtod(t, end); });
 }
 
 NumberFailure parseFloat(const char* text, float& value) noexcept {

@@ -222,6 +222,20 @@ bool bytesEqualAtNul(const char* a, const char* b, std::size_t n,
                        : compareFoldedAscii(a, b, n) == 0;
 }
 
+// startsWith / endsWith: `affix` against the start or the end of `str`.
+bool affixMatches(const std::string& str, const std::string& affix, bool atEnd,
+                  bool caseSensitive) {
+  if (str.empty()) {
+    return affix.empty();
+  }
+  if (affix.size() > str.size()) {
+    return false;
+  }
+  const std::size_t at = atEnd ? str.size() - affix.size() : 0;
+  return bytesEqualAtNul(str.c_str() + at, affix.c_str(), affix.size(),
+                         caseSensitive);
+}
+
 bool charEquals(char a, char b, bool caseSensitive) {
   const auto x = static_cast<unsigned char>(a);
   const auto y = static_cast<unsigned char>(b);
@@ -266,14 +280,7 @@ int stdstring::strnicmp(const char* a, const char* b, int n) {
 
 bool stdstring::startsWith(const std::string& str, const std::string& prefix,
                            bool caseSensitive) {
-  if (str.empty()) {
-    return prefix.empty();
-  }
-  if (prefix.size() > str.size()) {
-    return false;
-  }
-  return bytesEqualAtNul(str.c_str(), prefix.c_str(), prefix.size(),
-                         caseSensitive);
+  return affixMatches(str, prefix, false, caseSensitive);
 }
 
 bool stdstring::startsWith(const std::string& str, char c, bool caseSensitive) {
@@ -282,14 +289,7 @@ bool stdstring::startsWith(const std::string& str, char c, bool caseSensitive) {
 
 bool stdstring::endsWith(const std::string& str, const std::string& suffix,
                          bool caseSensitive) {
-  if (str.empty()) {
-    return suffix.empty();
-  }
-  if (suffix.size() > str.size()) {
-    return false;
-  }
-  return bytesEqualAtNul(str.c_str() + (str.size() - suffix.size()),
-                         suffix.c_str(), suffix.size(), caseSensitive);
+  return affixMatches(str, suffix, true, caseSensitive);
 }
 
 bool stdstring::endsWith(const std::string& str, char c, bool caseSensitive) {

@@ -1,13 +1,93 @@
+#include "TQBase/StdString.h"
+
 #include "text/NumberParse.h"
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
+#include <cmath>
+#include <string>
+#include <tuple>
+
+using TQBase::stdstring;
+
 namespace {
 
-using namespace TQBase::detail;
+// errno afterwards is part of each row: 0 after a clean conversion (also when
+// nothing was converted), ERANGE after an out-of-range one.
+TEST(StdStringNumbers, SignedIntegersKeep32BitLong) {
+  using Row = std::tuple<std::string, long long, int>;
+  // clang-format off
+  const Row rows[] = {
+      {"42", 42, 0}, {"  42", 42, 0}, {"+7", 7, 0}, {"-7", -7, 0}, {"12abc", 12, 0},
+      {"1.9", 1, 0}, {"", 0, 0}, {"abc", 0, 0}, {"0x10", 0, 0}, {{"1\0" "2", 3}, 1, 0},
+      {"2147483647", 2147483647, 0}, {"-2147483648", -2147483648LL, 0},
+      {"2147483648", 0, ERANGE}, {"-2147483649", 0, ERANGE},
+      {"99999999999999999999", 0, ERANGE},
+  };
+  // clang-format on
+  for (const auto& [text, value, error] : rows) {
+    SCOPED_TRACE(text);
+    errno = 77;
+    EXPECT_EQ(stdstring::stoi(text), value);
+    EXPECT_EQ(errno, error);
+    errno = 77;
+    EXPECT_EQ(stdstring::stol(text), value);
+    EXPECT_EQ(errno, error);
+  }
+  EXPECT_EQ(stdstring::stoll("9223372036854775807"), 9223372036854775807LL);
+  EXPECT_EQ(stdstring::stoll("9223372036854775808"), 0);
+  EXPECT_EQ(errno, ERANGE);
+}
 
-// The exported parsers fold every failure into 0; the reason stays here.
+TEST(StdStringNumbers, UnsignedNegatesIn32Bits) {
+  using Row = std::tuple<std::string, int, unsigned, int>;
+  // clang-format off
+  const Row rows[] = {
+      {"ff", 16, 255, 0}, {"0xff", 16, 255, 0}, {"0xff", 0, 255, 0}, {"010", 0, 8, 0},
+      {"010", 10, 10, 0}, {"4294967295", 10, 4294967295u, 0}, {"4294967296", 10, 0, ERANGE},
+      {"-1", 10, 4294967295u, 0}, {" -4294967295", 10, 1, 0}, {"-4294967296", 10, 0, ERANGE},
+      {"x", 10, 0, 0}, {"12", 1, 0, EINVAL}, {"12", 37, 0, EINVAL},  // bad base: not read
+  };
+  // clang-format on
+  for (const auto& [text, base, value, error] : rows) {
+    SCOPED_TRACE(text + " base " + std::to_string(base));
+    errno = 77;
+    EXPECT_EQ(stdstring::stoui(text, base), value);
+    EXPECT_EQ(errno, error);
+  }
+}
+
+TEST(StdStringNumbers, FloatingPoint) {
+  EXPECT_EQ(stdstring::stod("1.5x") + stdstring::stod("1e3"), 1001.5);
+  EXPECT_EQ(stdstring::stod("abc"), 0.0);
+  EXPECT_EQ(stdstring::stod("-1e400"), 0.0);
+  EXPECT_EQ(errno, ERANGE);
+  // Beyond float only: an infinity, no failure.
+  EXPECT_EQ(stdstring::stof("1e39"), HUGE_VALF);
+  EXPECT_EQ(errno, 0);
+  EXPECT_EQ(stdstring::stof("-1e39"), -HUGE_VALF);
+  EXPECT_EQ(stdstring::stof("1e400"), 0.0f);
+  EXPECT_EQ(stdstring::stof("0.1"), 0.1f);
+  // Up to half an ulp above FLT_MAX rounds back to it, from there to infinity.
+  EXPECT_EQ(stdstring::stof("340282356779733623858607532500980858880"),
+            3.4028235e38f);
+  EXPECT_EQ(stdstring::stof("340282356779733661637539395458142568448"),
+            HUGE_VALF);
+}
+
+TEST(StdStringNumbers, StobLooksAtFirstByteOnly) {
+  EXPECT_TRUE(stdstring::stob("", true) && !stdstring::stob("", false));
+  for (int b = 0; b < 256; ++b) {
+    const bool expected = b == 't' || b == 'T' || (b >= '1' && b <= '9');
+    EXPECT_EQ(stdstring::stob({static_cast<char>(b), '0'}, !expected), expected)
+        << b;
+  }
+}
+
+// The exported parsers fold every failure into 0; the reason stays inside.
 TEST(NumberParse, TellsNoNumberFromOutOfRange) {
+  using namespace TQBase::detail;
   int value = 5;
   EXPECT_EQ(parseInt32("0", value), NumberFailure::none);
   EXPECT_EQ(parseInt32(" x", value), NumberFailure::noNumber);

@@ -23,23 +23,28 @@ std::uint64_t load64(const unsigned char* bytes) {
   return word;
 }
 
-// GBK to wide in steps of the platform converter. The result has room for
-// one element per byte, which no GBK text exceeds, so a step that stops short
-// of the end has met a bad or cut-off code.
-bool decodeGbk(const std::string& s, std::wstring& result) {
+// Runs one direction of the platform converter over the whole of `s`.
+// `perElement` bounds the output per input element, so a step that stops
+// short of the end has met a bad or cut-off code.
+template <typename From, typename To>
+bool convertCp936(const std::basic_string<From>& s,
+                  std::basic_string<To>& result, std::size_t perElement,
+                  platform::Cp936Result (platform::Cp936Converter::*step)(
+                      const From*, const From*, const From*&, To*, To*, To*&)) {
   platform::Cp936Converter converter;
   if (s.empty()) return true;
-  result.resize(s.size());
-  const char* from = s.data();
-  const char* const fromEnd = from + s.size();
-  wchar_t* to = &result[0];
-  wchar_t* const toEnd = to + result.size();
+  result.resize(s.size() * perElement);
+  const From* from = s.data();
+  const From* const fromEnd = from + s.size();
+  To* to = &result[0];
+  To* const toEnd = to + result.size();
   while (from != fromEnd) {
-    const char* fromNext = from;
-    wchar_t* toNext = to;
-    const platform::Cp936Result step =
-        converter.in(from, fromEnd, fromNext, to, toEnd, toNext);
-    if (step == platform::Cp936Result::error || fromNext == from) return false;
+    const From* fromNext = from;
+    To* toNext = to;
+    const platform::Cp936Result outcome =
+        (converter.*step)(from, fromEnd, fromNext, to, toEnd, toNext);
+    if (outcome == platform::Cp936Result::error || fromNext == from)
+      return false;
     from = fromNext;
     to = toNext;
   }
@@ -47,26 +52,14 @@ bool decodeGbk(const std::string& s, std::wstring& result) {
   return true;
 }
 
-// Wide to GBK; two bytes per element always suffice.
+// No GBK text has more elements than bytes.
+bool decodeGbk(const std::string& s, std::wstring& result) {
+  return convertCp936(s, result, 1, &platform::Cp936Converter::in);
+}
+
+// Two bytes per element always suffice.
 bool encodeGbk(const std::wstring& s, std::string& result) {
-  platform::Cp936Converter converter;
-  if (s.empty()) return true;
-  result.resize(s.size() * 2);
-  const wchar_t* from = s.data();
-  const wchar_t* const fromEnd = from + s.size();
-  char* to = &result[0];
-  char* const toEnd = to + result.size();
-  while (from != fromEnd) {
-    const wchar_t* fromNext = from;
-    char* toNext = to;
-    const platform::Cp936Result step =
-        converter.out(from, fromEnd, fromNext, to, toEnd, toNext);
-    if (step == platform::Cp936Result::error || fromNext == from) return false;
-    from = fromNext;
-    to = toNext;
-  }
-  result.resize(static_cast<std::size_t>(to - result.data()));
-  return true;
+  return convertCp936(s, result, 2, &platform::Cp936Converter::out);
 }
 
 // Every sequence has exactly one byte outside 0x80-0xBF and yields one

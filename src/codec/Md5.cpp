@@ -42,8 +42,13 @@ inline void storeLittleEndian32(unsigned char* p, std::uint32_t v) {
   p[3] = static_cast<unsigned char>(v >> 24);
 }
 
-#define TQBASE_MD5_STEP(f, a, b, c, d, x, s, ac) \
-  (a) = rotl((a) + f((b), (c), (d)) + (x) + (ac), (s)) + (b)
+// One step of a round; the compression loop and the FF..II members share it.
+template <std::uint32_t (*Aux)(std::uint32_t, std::uint32_t, std::uint32_t)>
+inline void step(std::uint32_t& a, std::uint32_t b, std::uint32_t c,
+                 std::uint32_t d, std::uint32_t x, unsigned s,
+                 std::uint32_t ac) {
+  a = rotl(a + Aux(b, c, d) + x + ac, s) + b;
+}
 
 // Applies `blocks` consecutive 64-byte blocks to `state`, all 64 steps of
 // RFC 1321 (3.4) unrolled with the RFC's word order, shifts and constants.
@@ -55,73 +60,73 @@ void compressBlocks(std::uint32_t* state, const unsigned char* data,
     for (int i = 0; i < 16; ++i) x[i] = loadLittleEndian32(data + 4 * i);
     const std::uint32_t aa = a, bb = b, cc = c, dd = d;
 
-    TQBASE_MD5_STEP(auxF, a, b, c, d, x[0], 7, 0xd76aa478);
-    TQBASE_MD5_STEP(auxF, d, a, b, c, x[1], 12, 0xe8c7b756);
-    TQBASE_MD5_STEP(auxF, c, d, a, b, x[2], 17, 0x242070db);
-    TQBASE_MD5_STEP(auxF, b, c, d, a, x[3], 22, 0xc1bdceee);
-    TQBASE_MD5_STEP(auxF, a, b, c, d, x[4], 7, 0xf57c0faf);
-    TQBASE_MD5_STEP(auxF, d, a, b, c, x[5], 12, 0x4787c62a);
-    TQBASE_MD5_STEP(auxF, c, d, a, b, x[6], 17, 0xa8304613);
-    TQBASE_MD5_STEP(auxF, b, c, d, a, x[7], 22, 0xfd469501);
-    TQBASE_MD5_STEP(auxF, a, b, c, d, x[8], 7, 0x698098d8);
-    TQBASE_MD5_STEP(auxF, d, a, b, c, x[9], 12, 0x8b44f7af);
-    TQBASE_MD5_STEP(auxF, c, d, a, b, x[10], 17, 0xffff5bb1);
-    TQBASE_MD5_STEP(auxF, b, c, d, a, x[11], 22, 0x895cd7be);
-    TQBASE_MD5_STEP(auxF, a, b, c, d, x[12], 7, 0x6b901122);
-    TQBASE_MD5_STEP(auxF, d, a, b, c, x[13], 12, 0xfd987193);
-    TQBASE_MD5_STEP(auxF, c, d, a, b, x[14], 17, 0xa679438e);
-    TQBASE_MD5_STEP(auxF, b, c, d, a, x[15], 22, 0x49b40821);
+    step<auxF>(a, b, c, d, x[0], 7, 0xd76aa478);
+    step<auxF>(d, a, b, c, x[1], 12, 0xe8c7b756);
+    step<auxF>(c, d, a, b, x[2], 17, 0x242070db);
+    step<auxF>(b, c, d, a, x[3], 22, 0xc1bdceee);
+    step<auxF>(a, b, c, d, x[4], 7, 0xf57c0faf);
+    step<auxF>(d, a, b, c, x[5], 12, 0x4787c62a);
+    step<auxF>(c, d, a, b, x[6], 17, 0xa8304613);
+    step<auxF>(b, c, d, a, x[7], 22, 0xfd469501);
+    step<auxF>(a, b, c, d, x[8], 7, 0x698098d8);
+    step<auxF>(d, a, b, c, x[9], 12, 0x8b44f7af);
+    step<auxF>(c, d, a, b, x[10], 17, 0xffff5bb1);
+    step<auxF>(b, c, d, a, x[11], 22, 0x895cd7be);
+    step<auxF>(a, b, c, d, x[12], 7, 0x6b901122);
+    step<auxF>(d, a, b, c, x[13], 12, 0xfd987193);
+    step<auxF>(c, d, a, b, x[14], 17, 0xa679438e);
+    step<auxF>(b, c, d, a, x[15], 22, 0x49b40821);
 
-    TQBASE_MD5_STEP(auxG, a, b, c, d, x[1], 5, 0xf61e2562);
-    TQBASE_MD5_STEP(auxG, d, a, b, c, x[6], 9, 0xc040b340);
-    TQBASE_MD5_STEP(auxG, c, d, a, b, x[11], 14, 0x265e5a51);
-    TQBASE_MD5_STEP(auxG, b, c, d, a, x[0], 20, 0xe9b6c7aa);
-    TQBASE_MD5_STEP(auxG, a, b, c, d, x[5], 5, 0xd62f105d);
-    TQBASE_MD5_STEP(auxG, d, a, b, c, x[10], 9, 0x02441453);
-    TQBASE_MD5_STEP(auxG, c, d, a, b, x[15], 14, 0xd8a1e681);
-    TQBASE_MD5_STEP(auxG, b, c, d, a, x[4], 20, 0xe7d3fbc8);
-    TQBASE_MD5_STEP(auxG, a, b, c, d, x[9], 5, 0x21e1cde6);
-    TQBASE_MD5_STEP(auxG, d, a, b, c, x[14], 9, 0xc33707d6);
-    TQBASE_MD5_STEP(auxG, c, d, a, b, x[3], 14, 0xf4d50d87);
-    TQBASE_MD5_STEP(auxG, b, c, d, a, x[8], 20, 0x455a14ed);
-    TQBASE_MD5_STEP(auxG, a, b, c, d, x[13], 5, 0xa9e3e905);
-    TQBASE_MD5_STEP(auxG, d, a, b, c, x[2], 9, 0xfcefa3f8);
-    TQBASE_MD5_STEP(auxG, c, d, a, b, x[7], 14, 0x676f02d9);
-    TQBASE_MD5_STEP(auxG, b, c, d, a, x[12], 20, 0x8d2a4c8a);
+    step<auxG>(a, b, c, d, x[1], 5, 0xf61e2562);
+    step<auxG>(d, a, b, c, x[6], 9, 0xc040b340);
+    step<auxG>(c, d, a, b, x[11], 14, 0x265e5a51);
+    step<auxG>(b, c, d, a, x[0], 20, 0xe9b6c7aa);
+    step<auxG>(a, b, c, d, x[5], 5, 0xd62f105d);
+    step<auxG>(d, a, b, c, x[10], 9, 0x02441453);
+    step<auxG>(c, d, a, b, x[15], 14, 0xd8a1e681);
+    step<auxG>(b, c, d, a, x[4], 20, 0xe7d3fbc8);
+    step<auxG>(a, b, c, d, x[9], 5, 0x21e1cde6);
+    step<auxG>(d, a, b, c, x[14], 9, 0xc33707d6);
+    step<auxG>(c, d, a, b, x[3], 14, 0xf4d50d87);
+    step<auxG>(b, c, d, a, x[8], 20, 0x455a14ed);
+    step<auxG>(a, b, c, d, x[13], 5, 0xa9e3e905);
+    step<auxG>(d, a, b, c, x[2], 9, 0xfcefa3f8);
+    step<auxG>(c, d, a, b, x[7], 14, 0x676f02d9);
+    step<auxG>(b, c, d, a, x[12], 20, 0x8d2a4c8a);
 
-    TQBASE_MD5_STEP(auxH, a, b, c, d, x[5], 4, 0xfffa3942);
-    TQBASE_MD5_STEP(auxH, d, a, b, c, x[8], 11, 0x8771f681);
-    TQBASE_MD5_STEP(auxH, c, d, a, b, x[11], 16, 0x6d9d6122);
-    TQBASE_MD5_STEP(auxH, b, c, d, a, x[14], 23, 0xfde5380c);
-    TQBASE_MD5_STEP(auxH, a, b, c, d, x[1], 4, 0xa4beea44);
-    TQBASE_MD5_STEP(auxH, d, a, b, c, x[4], 11, 0x4bdecfa9);
-    TQBASE_MD5_STEP(auxH, c, d, a, b, x[7], 16, 0xf6bb4b60);
-    TQBASE_MD5_STEP(auxH, b, c, d, a, x[10], 23, 0xbebfbc70);
-    TQBASE_MD5_STEP(auxH, a, b, c, d, x[13], 4, 0x289b7ec6);
-    TQBASE_MD5_STEP(auxH, d, a, b, c, x[0], 11, 0xeaa127fa);
-    TQBASE_MD5_STEP(auxH, c, d, a, b, x[3], 16, 0xd4ef3085);
-    TQBASE_MD5_STEP(auxH, b, c, d, a, x[6], 23, 0x04881d05);
-    TQBASE_MD5_STEP(auxH, a, b, c, d, x[9], 4, 0xd9d4d039);
-    TQBASE_MD5_STEP(auxH, d, a, b, c, x[12], 11, 0xe6db99e5);
-    TQBASE_MD5_STEP(auxH, c, d, a, b, x[15], 16, 0x1fa27cf8);
-    TQBASE_MD5_STEP(auxH, b, c, d, a, x[2], 23, 0xc4ac5665);
+    step<auxH>(a, b, c, d, x[5], 4, 0xfffa3942);
+    step<auxH>(d, a, b, c, x[8], 11, 0x8771f681);
+    step<auxH>(c, d, a, b, x[11], 16, 0x6d9d6122);
+    step<auxH>(b, c, d, a, x[14], 23, 0xfde5380c);
+    step<auxH>(a, b, c, d, x[1], 4, 0xa4beea44);
+    step<auxH>(d, a, b, c, x[4], 11, 0x4bdecfa9);
+    step<auxH>(c, d, a, b, x[7], 16, 0xf6bb4b60);
+    step<auxH>(b, c, d, a, x[10], 23, 0xbebfbc70);
+    step<auxH>(a, b, c, d, x[13], 4, 0x289b7ec6);
+    step<auxH>(d, a, b, c, x[0], 11, 0xeaa127fa);
+    step<auxH>(c, d, a, b, x[3], 16, 0xd4ef3085);
+    step<auxH>(b, c, d, a, x[6], 23, 0x04881d05);
+    step<auxH>(a, b, c, d, x[9], 4, 0xd9d4d039);
+    step<auxH>(d, a, b, c, x[12], 11, 0xe6db99e5);
+    step<auxH>(c, d, a, b, x[15], 16, 0x1fa27cf8);
+    step<auxH>(b, c, d, a, x[2], 23, 0xc4ac5665);
 
-    TQBASE_MD5_STEP(auxI, a, b, c, d, x[0], 6, 0xf4292244);
-    TQBASE_MD5_STEP(auxI, d, a, b, c, x[7], 10, 0x432aff97);
-    TQBASE_MD5_STEP(auxI, c, d, a, b, x[14], 15, 0xab9423a7);
-    TQBASE_MD5_STEP(auxI, b, c, d, a, x[5], 21, 0xfc93a039);
-    TQBASE_MD5_STEP(auxI, a, b, c, d, x[12], 6, 0x655b59c3);
-    TQBASE_MD5_STEP(auxI, d, a, b, c, x[3], 10, 0x8f0ccc92);
-    TQBASE_MD5_STEP(auxI, c, d, a, b, x[10], 15, 0xffeff47d);
-    TQBASE_MD5_STEP(auxI, b, c, d, a, x[1], 21, 0x85845dd1);
-    TQBASE_MD5_STEP(auxI, a, b, c, d, x[8], 6, 0x6fa87e4f);
-    TQBASE_MD5_STEP(auxI, d, a, b, c, x[15], 10, 0xfe2ce6e0);
-    TQBASE_MD5_STEP(auxI, c, d, a, b, x[6], 15, 0xa3014314);
-    TQBASE_MD5_STEP(auxI, b, c, d, a, x[13], 21, 0x4e0811a1);
-    TQBASE_MD5_STEP(auxI, a, b, c, d, x[4], 6, 0xf7537e82);
-    TQBASE_MD5_STEP(auxI, d, a, b, c, x[11], 10, 0xbd3af235);
-    TQBASE_MD5_STEP(auxI, c, d, a, b, x[2], 15, 0x2ad7d2bb);
-    TQBASE_MD5_STEP(auxI, b, c, d, a, x[9], 21, 0xeb86d391);
+    step<auxI>(a, b, c, d, x[0], 6, 0xf4292244);
+    step<auxI>(d, a, b, c, x[7], 10, 0x432aff97);
+    step<auxI>(c, d, a, b, x[14], 15, 0xab9423a7);
+    step<auxI>(b, c, d, a, x[5], 21, 0xfc93a039);
+    step<auxI>(a, b, c, d, x[12], 6, 0x655b59c3);
+    step<auxI>(d, a, b, c, x[3], 10, 0x8f0ccc92);
+    step<auxI>(c, d, a, b, x[10], 15, 0xffeff47d);
+    step<auxI>(b, c, d, a, x[1], 21, 0x85845dd1);
+    step<auxI>(a, b, c, d, x[8], 6, 0x6fa87e4f);
+    step<auxI>(d, a, b, c, x[15], 10, 0xfe2ce6e0);
+    step<auxI>(c, d, a, b, x[6], 15, 0xa3014314);
+    step<auxI>(b, c, d, a, x[13], 21, 0x4e0811a1);
+    step<auxI>(a, b, c, d, x[4], 6, 0xf7537e82);
+    step<auxI>(d, a, b, c, x[11], 10, 0xbd3af235);
+    step<auxI>(c, d, a, b, x[2], 15, 0x2ad7d2bb);
+    step<auxI>(b, c, d, a, x[9], 21, 0xeb86d391);
 
     a += aa;
     b += bb;
@@ -133,8 +138,6 @@ void compressBlocks(std::uint32_t* state, const unsigned char* data,
   state[2] = c;
   state[3] = d;
 }
-
-#undef TQBASE_MD5_STEP
 
 // RFC 1321 padding: 0x80 then zeros; a prefix of 1 to 64 bytes is used.
 constexpr unsigned char kPadding[64] = {0x80};
@@ -301,19 +304,19 @@ unsigned int TQMD5::I(unsigned int x, unsigned int y, unsigned int z) {
 
 void TQMD5::FF(unsigned int& a, unsigned int b, unsigned int c, unsigned int d,
                unsigned int x, unsigned int s, unsigned int ac) {
-  a = rotl(a + auxF(b, c, d) + x + ac, s) + b;
+  step<auxF>(a, b, c, d, x, s, ac);
 }
 void TQMD5::GG(unsigned int& a, unsigned int b, unsigned int c, unsigned int d,
                unsigned int x, unsigned int s, unsigned int ac) {
-  a = rotl(a + auxG(b, c, d) + x + ac, s) + b;
+  step<auxG>(a, b, c, d, x, s, ac);
 }
 void TQMD5::HH(unsigned int& a, unsigned int b, unsigned int c, unsigned int d,
                unsigned int x, unsigned int s, unsigned int ac) {
-  a = rotl(a + auxH(b, c, d) + x + ac, s) + b;
+  step<auxH>(a, b, c, d, x, s, ac);
 }
 void TQMD5::II(unsigned int& a, unsigned int b, unsigned int c, unsigned int d,
                unsigned int x, unsigned int s, unsigned int ac) {
-  a = rotl(a + auxI(b, c, d) + x + ac, s) + b;
+  step<auxI>(a, b, c, d, x, s, ac);
 }
 
 }  // namespace TQBase

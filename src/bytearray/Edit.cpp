@@ -78,10 +78,7 @@ TQByteArray& TQByteArray::remove(int pos, int len) {
     resize(pos);  // a cut at the end; resize(0) clears
     return *this;
   }
-  if (!isDetached()) {
-    const TQByteArrayPrivateDat& r = *d->record;
-    reallocData(r.data, r.size, r.capacity);
-  }
+  getData();  // detaches, keeping the capacity
   TQByteArrayPrivateDat& own = *d->record;
   std::memmove(own.data + pos, own.data + pos + len,
                static_cast<std::size_t>(own.size - pos - len));
@@ -114,11 +111,7 @@ TQByteArray& TQByteArray::replace(char before, char after) {
   if (first == nullptr) return *this;  // no hit, no detach
   const int start =
       static_cast<int>(static_cast<const char*>(first) - constData());
-  if (!isDetached()) {
-    const TQByteArrayPrivateDat& r = *d->record;
-    reallocData(r.data, r.size, r.capacity);
-  }
-  char* data = d->record->data;
+  char* data = getData();  // detaches, keeping the capacity
   for (int i = start; i < ownSize; ++i) {
     if (data[i] == before) data[i] = after;
   }

@@ -14,16 +14,23 @@ inline std::string bytesOf(const TQBase::TQByteArray& a) {
   return std::string(a.constData(), static_cast<std::size_t>(a.size()));
 }
 
-// Invariants every array result keeps: a readable non-null buffer, size
-// within capacity, and a zero byte behind the bytes unless the array lies on
-// raw caller memory (capacity == size with no terminator promise).
-inline void expectWellFormed(const TQBase::TQByteArray& a, bool mayBeRaw = false) {
-  ASSERT_NE(a.constData(), nullptr);
-  EXPECT_GE(a.size(), 0);
+inline TQBase::TQByteArray arrayOf(const std::string& s) {
+  return TQBase::TQByteArray(s.data(), static_cast<int>(s.size()));
+}
+
+// Size within capacity and a zero byte behind the bytes (raw arrays make no
+// such promise; the tests give theirs one).
+inline void expectWellFormed(const TQBase::TQByteArray& a) {
   EXPECT_LE(a.size(), a.capacity());
-  if (!mayBeRaw || a.size() == 0) {
-    EXPECT_EQ(a.constData()[a.size()], '\0');
-  }
+  EXPECT_EQ(a.constData()[a.size()], '\0');
+}
+
+// The empty array: nothing allocated, on the one shared zero byte.
+inline void expectEmpty(const TQBase::TQByteArray& a) {
+  EXPECT_EQ(a.size(), 0);
+  EXPECT_EQ(a.capacity(), 0);
+  EXPECT_EQ(a.constData(), TQBase::TQByteArray().constData());
+  EXPECT_EQ(a.constData()[0], '\0');
 }
 
 }  // namespace tqtest

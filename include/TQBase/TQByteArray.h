@@ -110,7 +110,9 @@ class TQBASE_EXPORT TQByteArray {
   /// what it put in: the search goes on behind each replacement. An empty
   /// `before` is never found. Either argument may be this array or share its
   /// record; it is read afresh at every step, so a.replace(a, b) gives b.
-  /// Each occurrence costs a removal and a full rebuild.
+  /// Each occurrence costs a removal and a full rebuild. If an allocation
+  /// fails, occurrences replaced so far stay replaced and the occurrence at
+  /// hand stays removed.
   TQByteArray& replace(const TQByteArray& before, const TQByteArray& after);
   /// Replaces every byte equal to `before` by `after` (zero bytes included;
   /// the size never changes). Detaches only on a hit; equal arguments do
@@ -119,7 +121,7 @@ class TQBASE_EXPORT TQByteArray {
   /// remove(pos, len), then insert(pos, after), each with its own conditions:
   /// `len` <= 0 inserts, `pos` == size() appends, a negative `pos` or one
   /// above size() does nothing. `after` may be this array, and is then read
-  /// after the removal.
+  /// after the removal. If the insertion fails to allocate, the removal stays.
   TQByteArray& replace(int pos, int len, const TQByteArray& after);
 
   /// 0 if equal; otherwise negative when this array sorts first. A negative

@@ -1,5 +1,5 @@
-// Code page 936 against ICU's "windows-936-2000", the reference platform's
-// table: every single byte, every two-byte string with a lead byte, every BMP
+// Code page 936 against ICU's "windows-936-2000", the full table we match:
+// every single byte, every two-byte string with a lead byte, every BMP
 // element, and random mixed text that makes the converter resume after the
 // codes glibc lacks.
 

@@ -1,3 +1,6 @@
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -98,6 +101,36 @@ TEST(NamedMutexNaming, HandleClosedWhileOwnedStaysUsable) {
   ASSERT_EQ(again.init(name.c_str()), 0);
   again.unlock();
   again.uninit();
+  EXPECT_EQ(tqtest::countSharedObjects(name), 0);
+}
+
+// Two openers that both find the object unbuilt: the one that did not build
+// it used to wait for the builder's shared flock, that is until it closed.
+TEST(NamedMutexNaming, OpenersRacingToBuildBothGetThrough) {
+  const std::string name = uniqueName("racing");
+  const int fd = ::shm_open(NamedMutex::systemObjectName(name, 0).c_str(),
+                            O_RDWR | O_CREAT, 0600);
+  ASSERT_GE(fd, 0);
+  ASSERT_EQ(::flock(fd, LOCK_SH), 0);  // a third opener holds both off
+  tqtest::ChildProcess child([&](tqtest::ChildProcess& self) {
+    ::close(fd);
+    TQProcessLock lock;
+    if (lock.init(name.c_str()) != 0) return 1;
+    self.send('I');
+    return self.receive() == 'Q' ? 0 : 2;
+  });
+  ASSERT_TRUE(child.started());
+  std::thread release([fd] {
+    std::this_thread::sleep_for(tqtest::kSettle);
+    ::close(fd);
+  });
+  TQProcessLock lock;
+  EXPECT_EQ(lock.init(name.c_str()), 0);
+  release.join();
+  EXPECT_TRUE(child.expect('I'));
+  EXPECT_TRUE(child.tell('Q'));
+  EXPECT_EQ(child.wait(), 0);
+  lock.uninit();
   EXPECT_EQ(tqtest::countSharedObjects(name), 0);
 }
 

@@ -210,40 +210,39 @@ bool holdsName(const Mapping& mapping, const std::string& name) {
 // With `fd` open: takes the shared flock, builds the mutex if nobody has,
 // and maps it. `foreign` tells that the object holds another name; then it
 // is pinned when `pinIfForeign` (a hash slot) and left unmapped.
+// The exclusive flock is tried, never waited for: converting drops our
+// shared flock first, so two openers that both found the object unbuilt
+// would have the loser wait for the winner's shared flock, which the winner
+// keeps for as long as it uses the mutex.
 int attachOpened(int fd, const std::string& name, bool pinIfForeign,
                  Mapping& mapping, bool& foreign) {
-  int result = lockFile(fd, LOCK_SH);
-  bool exclusive = false;
-  while (result == 0) {
-    result = mapIfReady(fd, mapping);
-    if (result != 0) break;
+  for (;;) {
+    int result = lockFile(fd, LOCK_SH);
+    if (result == 0) result = mapIfReady(fd, mapping);
+    if (result != 0) return result;
     if (mapping.address != nullptr) {
-      if (exclusive) {
-        // Look again under the shared lock, which is what keeps it linked.
+      if (!holdsName(mapping, name)) {
+        if (pinIfForeign)
+          blockOf(mapping.address)->pinned.store(1, std::memory_order_relaxed);
         unmap(mapping);
-        exclusive = false;
-        result = lockFile(fd, LOCK_SH);
-        continue;
+        foreign = true;
       }
-      if (holdsName(mapping, name)) return 0;
-      if (pinIfForeign)
-        blockOf(mapping.address)->pinned.store(1, std::memory_order_relaxed);
-      unmap(mapping);
-      foreign = true;
       return 0;
     }
-    if (!exclusive) {
-      exclusive = true;
-      result = lockFile(fd, LOCK_EX);
-      continue;
-    }
-    result = buildObject(fd, name);
-    if (result == 0) {
-      exclusive = false;
-      result = lockFile(fd, LOCK_SH);
+    if (::flock(fd, LOCK_EX | LOCK_NB) == 0) {
+      // Alone with it; someone may have built it between the two looks.
+      result = mapIfReady(fd, mapping);
+      if (result == 0 && mapping.address != nullptr)
+        unmap(mapping);
+      else if (result == 0)
+        result = buildObject(fd, name);
+      if (result != 0) return result;
+    } else if (errno == EWOULDBLOCK) {
+      ::usleep(1000);  // another opener is building it or about to
+    } else if (errno != EINTR) {
+      return errno;
     }
   }
-  return result;
 }
 
 int attachShared(const std::string& objectName, const std::string& name,

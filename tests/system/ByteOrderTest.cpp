@@ -1,5 +1,3 @@
-#include <random>
-
 #include <gtest/gtest.h>
 
 #include "TQBase/System.h"
@@ -22,18 +20,6 @@ TEST(ByteOrder, ReversesEveryByte) {
   EXPECT_EQ(ToBigEndianInt16(0xFFFF), 0xFFFF);
   EXPECT_EQ(ToBigEndianInt32(0xFFFFFFFFu), 0xFFFFFFFFu);
   EXPECT_EQ(ToBigEndianInt64(~0ull), ~0ull);
-}
-
-TEST(ByteOrder, AppliedTwiceGivesValueBack) {
-  std::mt19937_64 rng(7);
-  for (int i = 0; i < 1000; ++i) {
-    const unsigned long long v = rng();
-    EXPECT_EQ(ToBigEndianInt64(ToBigEndianInt64(v)), v);
-    const auto v32 = static_cast<unsigned int>(v);
-    EXPECT_EQ(ToBigEndianInt32(ToBigEndianInt32(v32)), v32);
-    const auto v16 = static_cast<unsigned short>(v);
-    EXPECT_EQ(ToBigEndianInt16(ToBigEndianInt16(v16)), v16);
-  }
 }
 
 }  // namespace

@@ -15,7 +15,6 @@ namespace detail {
 namespace {
 
 constexpr std::size_t npos = std::string::npos;
-constexpr std::size_t kLongNeedle = 64;
 
 const unsigned char* asBytes(const char* p) {
   return reinterpret_cast<const unsigned char*>(p);
@@ -274,14 +273,6 @@ std::size_t findExact(const char* hay, std::size_t n, const char* needle,
                       std::size_t m, std::size_t from) {
   if (m == 0 || from > n || m > n - from) {
     return npos;
-  }
-  // memmem's own search is linear for long needles and faster than the
-  // anchor filter there.
-  if (m >= kLongNeedle) {
-    const void* hit = memmem(hay + from, n - from, needle, m);
-    return hit == nullptr
-               ? npos
-               : static_cast<std::size_t>(static_cast<const char*>(hit) - hay);
   }
   const unsigned char* h = asBytes(hay);
   const unsigned char* nd = asBytes(needle);

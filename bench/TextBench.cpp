@@ -392,7 +392,8 @@ void BM_Adversarial_Replace(benchmark::State& state) {
 void BM_Adversarial_SplitStringRgx(benchmark::State& state) {
   std::list<std::string> out;
   runAdversarial(state, [&out](std::string& text, const std::string& needle) {
-    benchmark::DoNotOptimize(stdstring::SplitStringRgx(out, text, needle, true));
+    benchmark::DoNotOptimize(
+        stdstring::SplitStringRgx(out, text, needle, true));
   });
 }
 

@@ -36,11 +36,11 @@ int TQByteArray::compare(const char* str, int len, bool caseSensitive) const {
   // The string's length decides only when its first `size` bytes are equal,
   // so it is measured past them only then, and never past INT_MAX + 1: a
   // string that long gives size - (INT_MAX + 1), negative and in range.
-  std::size_t length = len >= 0 ? static_cast<std::size_t>(len)
-                                : boundedLength(str, ownSize);
-  const int common =
-      length < static_cast<std::size_t>(ownSize) ? static_cast<int>(length)
-                                                 : ownSize;
+  std::size_t length =
+      len >= 0 ? static_cast<std::size_t>(len) : boundedLength(str, ownSize);
+  const int common = length < static_cast<std::size_t>(ownSize)
+                         ? static_cast<int>(length)
+                         : ownSize;
   const char* own = constData();
   if (common > 0) {
     if (caseSensitive) {

@@ -28,7 +28,8 @@ const char* findInText(const char* text, std::size_t bound,
   std::size_t from = 0;      // first start not yet searched
   std::size_t chunk = m < 2048 ? 4096 : 2 * m;
   for (;;) {
-    const std::size_t want = bound - measured > chunk ? measured + chunk : bound;
+    const std::size_t want =
+        bound - measured > chunk ? measured + chunk : bound;
     const std::size_t length =
         measured + strnlen(text + measured, want - measured);
     const std::size_t at = detail::findExact(text, length, needle, m, from);

@@ -260,13 +260,14 @@ std::size_t findFolded(const char* hay, std::size_t n, const char* foldedNeedle,
   return twoWayFrom(RawByte{needle}, m, MappedByte{h, map.to}, n, p);
 }
 
-std::size_t findLowered(const char* hay, std::size_t n, const char* foldedNeedle,
-                        std::size_t m, std::size_t from) {
+std::size_t findLowered(const char* hay, std::size_t n,
+                        const char* foldedNeedle, std::size_t m,
+                        std::size_t from) {
   if (m == 0 || from > n || m > n - from) {
     return npos;
   }
-  return twoWayFrom(RawByte{asBytes(foldedNeedle)}, m, LoweredByte{asBytes(hay)},
-                    n, from);
+  return twoWayFrom(RawByte{asBytes(foldedNeedle)}, m,
+                    LoweredByte{asBytes(hay)}, n, from);
 }
 
 std::size_t findExact(const char* hay, std::size_t n, const char* needle,

@@ -42,8 +42,9 @@ std::size_t findFolded(const char* hay, std::size_t n, const char* foldedNeedle,
 
 // The same with lowerByte in place of a map, for texts too short to pay for
 // filling one. foldedNeedle is the needle passed through lowerByte.
-std::size_t findLowered(const char* hay, std::size_t n, const char* foldedNeedle,
-                        std::size_t m, std::size_t from);
+std::size_t findLowered(const char* hay, std::size_t n,
+                        const char* foldedNeedle, std::size_t m,
+                        std::size_t from);
 
 // First p >= from where needle occurs byte for byte.
 std::size_t findExact(const char* hay, std::size_t n, const char* needle,

@@ -54,11 +54,9 @@ std::size_t findIn(const std::wstring& str, const std::wstring& needle,
       if (p == last) {
         return std::wstring::npos;
       }
-      const std::size_t found =
-          detail::twoWayFind(WideUnit{needle.data()}, m, WideUnit{hit + 1},
-                             n - p - 1);
-      return found == detail::kTwoWayNone ? std::wstring::npos
-                                          : p + 1 + found;
+      const std::size_t found = detail::twoWayFind(
+          WideUnit{needle.data()}, m, WideUnit{hit + 1}, n - p - 1);
+      return found == detail::kTwoWayNone ? std::wstring::npos : p + 1 + found;
     }
   }
   return std::wstring::npos;

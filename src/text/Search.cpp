@@ -318,11 +318,11 @@ std::size_t findLastFolded(const char* hay, const char* foldedNeedle,
   const unsigned char* needleEnd = asBytes(foldedNeedle) + m;
   const unsigned char* hayEnd = asBytes(hay) + start + m;
   if (map == nullptr) {
-    return twoWayLast(RawByteBackward{needleEnd}, m,
-                      LoweredByteBackward{hayEnd}, start);
+    const LoweredByteBackward text{hayEnd};
+    return twoWayLast(RawByteBackward{needleEnd}, m, text, start);
   }
-  return twoWayLast(RawByteBackward{needleEnd}, m,
-                    MappedByteBackward{hayEnd, map->to}, start);
+  const MappedByteBackward text{hayEnd, map->to};
+  return twoWayLast(RawByteBackward{needleEnd}, m, text, start);
 }
 
 }  // namespace detail

@@ -73,12 +73,23 @@ std::size_t twoWayFind(const NeedleAt& needle, std::size_t m, const HayAt& hay,
     periodic = needle(i) == needle(i + period);
   }
   const std::size_t last = n - m;
+  const auto pivot = needle(split);
   std::size_t j = 0;
   if (periodic) {
     // The needle repeats with `period`: after a full match of the right part
     // the left part overlapping the previous window is known to match.
     std::size_t memory = 0;
     while (j <= last) {
+      if (memory == 0) {
+        // A tight loop for the common case: the first unit of the right part
+        // does not match, and the window moves on by one.
+        while (j <= last && pivot != hay(split + j)) {
+          ++j;
+        }
+        if (j > last) {
+          break;
+        }
+      }
       std::size_t i = split > memory ? split : memory;
       while (i < m && needle(i) == hay(i + j)) {
         ++i;
@@ -102,6 +113,12 @@ std::size_t twoWayFind(const NeedleAt& needle, std::size_t m, const HayAt& hay,
   }
   const std::size_t shift = (split > m - split ? split : m - split) + 1;
   while (j <= last) {
+    while (j <= last && pivot != hay(split + j)) {
+      ++j;
+    }
+    if (j > last) {
+      break;
+    }
     std::size_t i = split;
     while (i < m && needle(i) == hay(i + j)) {
       ++i;

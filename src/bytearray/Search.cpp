@@ -10,13 +10,10 @@ namespace TQBase {
 
 namespace {
 
-// Length of a C string for the read-only members, which allocate nothing and
-// so have nothing to refuse: a string longer than any array is clamped to
-// INT_MAX, which still compares and searches as "longer than the array".
-int readOnlyLength(const char* str) {
-  const std::size_t length = std::strlen(str);
-  return length > static_cast<std::size_t>(INT_MAX) ? INT_MAX
-                                                    : static_cast<int>(length);
+// Length of a C string for the read-only members, read no further than
+// `bound` bytes: a longer string only needs to be known as longer.
+std::size_t boundedLength(const char* str, std::size_t bound) {
+  return strnlen(str, bound);
 }
 
 // A negative `from` counts back from the end and is clamped at 0.
@@ -36,8 +33,14 @@ unsigned char foldAsciiUpper(unsigned char c) {
 int TQByteArray::compare(const char* str, int len, bool caseSensitive) const {
   const int ownSize = size();
   if (str == nullptr) return ownSize > 0 ? 1 : 0;
-  if (len < 0) len = readOnlyLength(str);
-  const int common = ownSize < len ? ownSize : len;
+  // The string's length decides only when its first `size` bytes are equal,
+  // so it is measured past them only then, and never past INT_MAX + 1: a
+  // string that long gives size - (INT_MAX + 1), negative and in range.
+  std::size_t length =
+      len >= 0 ? static_cast<std::size_t>(len) : boundedLength(str, ownSize);
+  const int common = length < static_cast<std::size_t>(ownSize)
+                         ? static_cast<int>(length)
+                         : ownSize;
   const char* own = constData();
   if (common > 0) {
     if (caseSensitive) {
@@ -54,8 +57,12 @@ int TQByteArray::compare(const char* str, int len, bool caseSensitive) const {
       }
     }
   }
-  // Both are non-negative, so the difference fits.
-  return ownSize - len;
+  if (len < 0 && length == static_cast<std::size_t>(ownSize)) {
+    const std::size_t limit = static_cast<std::size_t>(INT_MAX) + 1;
+    length += boundedLength(str + length, limit - length);
+  }
+  return static_cast<int>(static_cast<long long>(ownSize) -
+                          static_cast<long long>(length));
 }
 
 int TQByteArray::indexOf(char ch, int from) const {
@@ -72,11 +79,17 @@ int TQByteArray::indexOf(char ch, int from) const {
 
 int TQByteArray::indexOf(const char* pattern, int from, int len) const {
   if (pattern == nullptr) return -1;
-  if (len < 0) len = readOnlyLength(pattern);
-  if (len == 0) return -1;
   const int ownSize = size();
   from = startFrom(from, ownSize);
-  if (from >= ownSize || len > ownSize - from) return -1;
+  if (from >= ownSize) return -1;  // also for an empty pattern
+  if (len < 0) {
+    // Measured no further than one byte past what fits behind `from`.
+    const std::size_t room = static_cast<std::size_t>(ownSize - from);
+    const std::size_t length = boundedLength(pattern, room + 1);
+    if (length > room) return -1;
+    len = static_cast<int>(length);
+  }
+  if (len == 0 || len > ownSize - from) return -1;
   const char* data = constData();
   // memmem yields the leftmost start, the same as memcmp at each position.
   const void* hit =

@@ -1,5 +1,7 @@
 #include "TQBase/BufferFunctions.h"
 
+#include "text/TextInternal.h"
+
 #include <cstdio>
 #include <cstring>
 
@@ -13,6 +15,31 @@ int hexDigitValue(char ch) {
   if (c >= 0x61) return c - 0x57;
   if (c >= 0x41) return c - 0x37;
   return c - 0x30;
+}
+
+// strstr on the first `bound` bytes of `text` at most, through the library's
+// linear search. The text's length is measured a chunk at a time (the chunks
+// growing), so a match near the start is found without reading the rest.
+const char* findInText(const char* text, std::size_t bound,
+                       const char* needle) {
+  const std::size_t m = std::strlen(needle);
+  if (m == 0) return text;
+  std::size_t measured = 0;  // bytes known to lie before the end
+  std::size_t from = 0;      // first start not yet searched
+  std::size_t chunk = m < 2048 ? 4096 : 2 * m;
+  for (;;) {
+    const std::size_t want =
+        bound - measured > chunk ? measured + chunk : bound;
+    const std::size_t length =
+        measured + strnlen(text + measured, want - measured);
+    const std::size_t at = detail::findExact(text, length, needle, m, from);
+    if (at != std::string::npos) return text + at;
+    if (length < want || length == bound) return nullptr;
+    measured = length;
+    // Starts that could still reach bytes not measured yet.
+    if (length + 1 > m) from = length + 1 - m;
+    chunk *= 2;
+  }
 }
 
 }  // namespace
@@ -39,21 +66,20 @@ int HexToBuf(const char* hex, unsigned int len, unsigned char* out) {
 }
 
 char* FindStr(char* text, char* needle, int limit) {
-  if (limit < 0) return std::strstr(text, needle);
-  // Cut the text in place rather than copy it; the byte goes back below.
-  const char saved = text[limit];
-  text[limit] = '\0';
-  char* found = std::strstr(text, needle);
-  text[limit] = saved;
-  return found;
+  // The byte at `limit` ends the text. Measuring up to it gives what cutting
+  // the text there would, and leaves the caller's buffer untouched.
+  const std::size_t bound = limit < 0 ? static_cast<std::size_t>(-1)
+                                      : static_cast<std::size_t>(limit);
+  return const_cast<char*>(findInText(text, bound, needle));
 }
 
 bool MatchSubString(const char* text, const char* open, const char* close,
                     char* out, int& size) {
-  const char* openAt = std::strstr(text, open);
+  const std::size_t all = static_cast<std::size_t>(-1);
+  const char* openAt = findInText(text, all, open);
   if (openAt == nullptr) return false;
   const char* extract = openAt + std::strlen(open);
-  const char* closeAt = std::strstr(extract, close);
+  const char* closeAt = findInText(extract, all, close);
   if (closeAt == nullptr) return false;
 
   const int needed = static_cast<int>(closeAt - extract) + 1;

@@ -1,6 +1,7 @@
 #include "TQBase/StdString.h"
 
 #include "text/TextInternal.h"
+#include "text/TwoWay.h"
 
 #include <algorithm>
 #include <cstring>
@@ -14,35 +15,34 @@ namespace detail {
 namespace {
 
 constexpr std::size_t npos = std::string::npos;
-constexpr std::size_t kLongNeedle = 64;
 
 const unsigned char* asBytes(const char* p) {
   return reinterpret_cast<const unsigned char*>(p);
 }
 
-// The bytes that a map sends onto one value, padded by repeating the first
-// so that a fixed number of comparisons covers the set.
-struct AnchorSet {
-  unsigned char bytes[4];
-  int count = 0;
-};
+// The anchor filter below checks a whole needle at each candidate, so on
+// text built against it (a needle of `a` with one `b`, in a text of `a`) it
+// costs up to m per position. It keeps count, and once the checks have cost
+// more than this many bytes per position scanned (plus a start allowance), the
+// rest of the text goes to the two-way search, which is linear. Ordinary text
+// never comes near the limit.
+constexpr std::size_t kCheckBytesPerPosition = 8;
+constexpr std::size_t kCheckAllowance = 64;
 
-bool collectPreimage(const CaseMap& map, unsigned char value, AnchorSet& set) {
-  set.count = 0;
-  for (unsigned b = 0; b < 256; ++b) {
-    if (map.to[b] != value) {
-      continue;
-    }
-    if (set.count == 4) {
-      return false;
-    }
-    set.bytes[set.count++] = static_cast<unsigned char>(b);
+class CheckBudget {
+ public:
+  CheckBudget(std::size_t from, std::size_t m) : from_(from), m_(m) {}
+  // Charges one candidate check at position p; false once over budget.
+  bool charge(std::size_t p) {
+    spent_ += m_;
+    return spent_ <= kCheckAllowance + kCheckBytesPerPosition * (p - from_);
   }
-  for (int i = set.count; i < 4; ++i) {
-    set.bytes[i] = set.bytes[0];
-  }
-  return set.count > 0;
-}
+
+ private:
+  std::size_t from_;
+  std::size_t m_;
+  std::size_t spent_ = 0;
+};
 
 // Checks the needle's inner bytes at a candidate whose first and last bytes
 // already match.
@@ -68,7 +68,34 @@ struct ExactInner {
   }
 };
 
+// Where an anchor scan stopped.
+enum class ScanEnd { kFound, kOverBudget, kExhausted };
+
 #if defined(__SSE2__)
+// The bytes that a map sends onto one value, padded by repeating the first
+// so that a fixed number of comparisons covers the set.
+struct AnchorSet {
+  unsigned char bytes[4];
+  int count = 0;
+};
+
+bool collectPreimage(const CaseMap& map, unsigned char value, AnchorSet& set) {
+  set.count = 0;
+  for (unsigned b = 0; b < 256; ++b) {
+    if (map.to[b] != value) {
+      continue;
+    }
+    if (set.count == 4) {
+      return false;
+    }
+    set.bytes[set.count++] = static_cast<unsigned char>(b);
+  }
+  for (int i = set.count; i < 4; ++i) {
+    set.bytes[i] = set.bytes[0];
+  }
+  return set.count > 0;
+}
+
 template <int kVariants>
 __m128i matchAny(__m128i block, const __m128i (&variants)[4]) {
   __m128i hit = _mm_cmpeq_epi8(block, variants[0]);
@@ -79,12 +106,12 @@ __m128i matchAny(__m128i block, const __m128i (&variants)[4]) {
 }
 
 // Tests 16 start positions at a time on the needle's first and last byte,
-// and checks the inner bytes only where both match. Returns the match, or
-// npos with `p` at the first position that was not tested.
+// and checks the inner bytes only where both match. On kFound `p` is the
+// match; otherwise it is the first position not yet settled.
 template <int kVariants, typename Inner>
-std::size_t scanBlocks(const unsigned char* hay, std::size_t last,
-                       std::size_t m, std::size_t& p, const AnchorSet& first,
-                       const AnchorSet& tail, Inner inner) {
+ScanEnd scanBlocks(const unsigned char* hay, std::size_t last, std::size_t m,
+                   std::size_t& p, const AnchorSet& first,
+                   const AnchorSet& tail, Inner inner, CheckBudget& budget) {
   __m128i firstVariants[4];
   __m128i tailVariants[4];
   for (int i = 0; i < 4; ++i) {
@@ -104,14 +131,95 @@ std::size_t scanBlocks(const unsigned char* hay, std::size_t last,
       const std::size_t candidate =
           p + static_cast<unsigned>(__builtin_ctz(mask));
       if (inner(hay + candidate)) {
-        return candidate;
+        p = candidate;
+        return ScanEnd::kFound;
+      }
+      if (!budget.charge(candidate)) {
+        p = candidate + 1;
+        return ScanEnd::kOverBudget;
       }
       mask &= mask - 1;
     }
   }
-  return npos;
+  return ScanEnd::kExhausted;
 }
 #endif
+
+// One position at a time, for what the blocks leave and where there is no
+// SSE2.
+template <typename Anchors, typename Inner>
+ScanEnd scanBytes(const unsigned char* hay, std::size_t last, std::size_t& p,
+                  Anchors anchors, Inner inner, CheckBudget& budget) {
+  for (; p <= last; ++p) {
+    if (!anchors(hay + p)) {
+      continue;
+    }
+    if (inner(hay + p)) {
+      return ScanEnd::kFound;
+    }
+    if (!budget.charge(p)) {
+      ++p;
+      return ScanEnd::kOverBudget;
+    }
+  }
+  return ScanEnd::kExhausted;
+}
+
+struct RawByte {
+  const unsigned char* at;
+  unsigned char operator()(std::size_t i) const { return at[i]; }
+};
+
+struct MappedByte {
+  const unsigned char* at;
+  const unsigned char* to;
+  unsigned char operator()(std::size_t i) const { return to[at[i]]; }
+};
+
+// Counting down from `end`, one past the last unit: index i is end[-1 - i].
+struct RawByteBackward {
+  const unsigned char* end;
+  unsigned char operator()(std::size_t i) const { return *(end - 1 - i); }
+};
+
+struct MappedByteBackward {
+  const unsigned char* end;
+  const unsigned char* to;
+  unsigned char operator()(std::size_t i) const { return to[*(end - 1 - i)]; }
+};
+
+struct LoweredByte {
+  const unsigned char* at;
+  unsigned char operator()(std::size_t i) const { return lowerByte(at[i]); }
+};
+
+struct LoweredByteBackward {
+  const unsigned char* end;
+  unsigned char operator()(std::size_t i) const {
+    return lowerByte(*(end - 1 - i));
+  }
+};
+
+// The match at or behind p, given an accessor that starts at the text.
+template <typename NeedleAt, typename HayAt>
+std::size_t twoWayFrom(const NeedleAt& needle, std::size_t m, HayAt hay,
+                       std::size_t n, std::size_t p) {
+  if (p > n - m) {
+    return npos;
+  }
+  hay.at += p;
+  const std::size_t found = twoWayFind(needle, m, hay, n - p);
+  return found == kTwoWayNone ? npos : p + found;
+}
+
+// The last match that starts at or before `start` (start + m <= n), given
+// backward accessors.
+template <typename NeedleAt, typename HayAt>
+std::size_t twoWayLast(const NeedleAt& needle, std::size_t m, const HayAt& hay,
+                       std::size_t start) {
+  const std::size_t found = twoWayFind(needle, m, hay, start + m);
+  return found == kTwoWayNone ? npos : start - found;
+}
 
 }  // namespace
 
@@ -124,28 +232,42 @@ std::size_t findFolded(const char* hay, std::size_t n, const char* foldedNeedle,
   const unsigned char* needle = asBytes(foldedNeedle);
   const std::size_t last = n - m;
   const FoldedInner inner{needle, m, &map};
+  CheckBudget budget(from, m);
   std::size_t p = from;
+  ScanEnd end = ScanEnd::kExhausted;
 #if defined(__SSE2__)
   AnchorSet first;
   AnchorSet tail;
   if (collectPreimage(map, needle[0], first) &&
       collectPreimage(map, needle[m - 1], tail)) {
-    const std::size_t found =
-        first.count <= 2 && tail.count <= 2
-            ? scanBlocks<2>(h, last, m, p, first, tail, inner)
-            : scanBlocks<4>(h, last, m, p, first, tail, inner);
-    if (found != npos) {
-      return found;
-    }
+    end = first.count <= 2 && tail.count <= 2
+              ? scanBlocks<2>(h, last, m, p, first, tail, inner, budget)
+              : scanBlocks<4>(h, last, m, p, first, tail, inner, budget);
   }
 #endif
-  for (; p <= last; ++p) {
-    if (map.to[h[p]] == needle[0] && map.to[h[p + m - 1]] == needle[m - 1] &&
-        inner(h + p)) {
-      return p;
-    }
+  if (end == ScanEnd::kExhausted) {
+    const auto anchors = [&](const unsigned char* at) {
+      return map.to[at[0]] == needle[0] && map.to[at[m - 1]] == needle[m - 1];
+    };
+    end = scanBytes(h, last, p, anchors, inner, budget);
   }
-  return npos;
+  if (end == ScanEnd::kFound) {
+    return p;
+  }
+  if (end == ScanEnd::kExhausted) {
+    return npos;
+  }
+  return twoWayFrom(RawByte{needle}, m, MappedByte{h, map.to}, n, p);
+}
+
+std::size_t findLowered(const char* hay, std::size_t n,
+                        const char* foldedNeedle, std::size_t m,
+                        std::size_t from) {
+  if (m == 0 || from > n || m > n - from) {
+    return npos;
+  }
+  return twoWayFrom(RawByte{asBytes(foldedNeedle)}, m,
+                    LoweredByte{asBytes(hay)}, n, from);
 }
 
 std::size_t findExact(const char* hay, std::size_t n, const char* needle,
@@ -153,19 +275,11 @@ std::size_t findExact(const char* hay, std::size_t n, const char* needle,
   if (m == 0 || from > n || m > n - from) {
     return npos;
   }
-  // The first/last-byte filter checks up to m bytes per candidate, so its
-  // worst case is n * m. Long needles go to memmem, whose two-way search is
-  // linear; short ones keep the faster filter.
-  if (m >= kLongNeedle) {
-    const void* hit = memmem(hay + from, n - from, needle, m);
-    return hit == nullptr
-               ? npos
-               : static_cast<std::size_t>(static_cast<const char*>(hit) - hay);
-  }
   const unsigned char* h = asBytes(hay);
   const unsigned char* nd = asBytes(needle);
   const std::size_t last = n - m;
   const ExactInner inner{nd, m};
+  CheckBudget budget(from, m);
   std::size_t p = from;
 #if defined(__SSE2__)
   AnchorSet first;
@@ -173,17 +287,42 @@ std::size_t findExact(const char* hay, std::size_t n, const char* needle,
   first.count = tail.count = 1;
   std::fill(std::begin(first.bytes), std::end(first.bytes), nd[0]);
   std::fill(std::begin(tail.bytes), std::end(tail.bytes), nd[m - 1]);
-  const std::size_t found = scanBlocks<1>(h, last, m, p, first, tail, inner);
-  if (found != npos) {
-    return found;
-  }
+  ScanEnd end = scanBlocks<1>(h, last, m, p, first, tail, inner, budget);
+#else
+  ScanEnd end = ScanEnd::kExhausted;
 #endif
-  for (; p <= last; ++p) {
-    if (h[p] == nd[0] && h[p + m - 1] == nd[m - 1] && inner(h + p)) {
-      return p;
-    }
+  if (end == ScanEnd::kExhausted) {
+    const auto anchors = [&](const unsigned char* at) {
+      return at[0] == nd[0] && at[m - 1] == nd[m - 1];
+    };
+    end = scanBytes(h, last, p, anchors, inner, budget);
   }
-  return npos;
+  if (end == ScanEnd::kFound) {
+    return p;
+  }
+  if (end == ScanEnd::kExhausted) {
+    return npos;
+  }
+  return twoWayFrom(RawByte{nd}, m, RawByte{h}, n, p);
+}
+
+std::size_t findLastExact(const char* hay, const char* needle, std::size_t m,
+                          std::size_t start) {
+  return twoWayLast(RawByteBackward{asBytes(needle) + m}, m,
+                    RawByteBackward{asBytes(hay) + start + m}, start);
+}
+
+std::size_t findLastFolded(const char* hay, const char* foldedNeedle,
+                           std::size_t m, std::size_t start,
+                           const CaseMap* map) {
+  const unsigned char* needleEnd = asBytes(foldedNeedle) + m;
+  const unsigned char* hayEnd = asBytes(hay) + start + m;
+  if (map == nullptr) {
+    const LoweredByteBackward text{hayEnd};
+    return twoWayLast(RawByteBackward{needleEnd}, m, text, start);
+  }
+  const MappedByteBackward text{hayEnd, map->to};
+  return twoWayLast(RawByteBackward{needleEnd}, m, text, start);
 }
 
 }  // namespace detail
@@ -253,18 +392,6 @@ std::string foldNeedle(const std::string& sub, const detail::CaseMap* map) {
   return folded;
 }
 
-// Short texts: lower byte by byte rather than filling a CaseMap.
-bool matchesLoweredAt(const std::string& str, const std::string& folded,
-                      std::size_t p) {
-  for (std::size_t i = 0; i < folded.size(); ++i) {
-    if (detail::lowerByte(static_cast<unsigned char>(str[p + i])) !=
-        static_cast<unsigned char>(folded[i])) {
-      return false;
-    }
-  }
-  return true;
-}
-
 }  // namespace
 
 bool stdstring::ascii_isspace(char c) {
@@ -309,14 +436,11 @@ std::size_t stdstring::indexOf(const std::string& str, const std::string& sub,
   if (caseSensitive) {
     return detail::findExact(str.data(), n, sub.data(), m, from);
   }
+  // Lowering both sides on the fly compares what lowered copies would hold,
+  // without making them.
   if (n - from < detail::kCaseMapThreshold) {
     const std::string folded = foldNeedle(sub, nullptr);
-    for (std::size_t p = from; p <= n - m; ++p) {
-      if (matchesLoweredAt(str, folded, p)) {
-        return p;
-      }
-    }
-    return npos;
+    return detail::findLowered(str.data(), n, folded.data(), m, from);
   }
   detail::CaseMap map;
   detail::fillLowerMap(map);
@@ -327,11 +451,6 @@ std::size_t stdstring::indexOf(const std::string& str, const std::string& sub,
 std::size_t stdstring::lastIndexOf(const std::string& str,
                                    const std::string& sub, std::size_t from,
                                    bool caseSensitive) {
-  if (caseSensitive) {
-    // rfind follows the same table: min(from, size) for an empty needle, and
-    // the highest start not above min(from, size - m) otherwise.
-    return str.rfind(sub, from);
-  }
   const std::size_t n = str.size();
   const std::size_t m = sub.size();
   if (m == 0) {
@@ -341,33 +460,17 @@ std::size_t stdstring::lastIndexOf(const std::string& str,
     return npos;
   }
   const std::size_t start = std::min(from, n - m);
+  if (caseSensitive) {
+    return detail::findLastExact(str.data(), sub.data(), m, start);
+  }
   detail::CaseMap map;
   const bool useMap = start + m >= detail::kCaseMapThreshold;
   if (useMap) {
     detail::fillLowerMap(map);
   }
   const std::string folded = foldNeedle(sub, useMap ? &map : nullptr);
-  const auto* h = reinterpret_cast<const unsigned char*>(str.data());
-  const auto* nd = reinterpret_cast<const unsigned char*>(folded.data());
-  for (std::size_t p = start + 1; p-- > 0;) {
-    if (!useMap) {
-      if (matchesLoweredAt(str, folded, p)) {
-        return p;
-      }
-      continue;
-    }
-    if (map.to[h[p]] != nd[0] || map.to[h[p + m - 1]] != nd[m - 1]) {
-      continue;
-    }
-    std::size_t i = 1;
-    while (i < m && map.to[h[p + i]] == nd[i]) {
-      ++i;
-    }
-    if (i >= m) {
-      return p;
-    }
-  }
-  return npos;
+  return detail::findLastFolded(str.data(), folded.data(), m, start,
+                                useMap ? &map : nullptr);
 }
 
 }  // namespace TQBase

@@ -30,15 +30,36 @@ void fillUpperMap(CaseMap& map);
 // 256 calls of the routine.
 inline constexpr std::size_t kCaseMapThreshold = 256;
 
-// First p >= from with map.to[hay[p + i]] == foldedNeedle[i] for every i < m,
-// or npos. foldedNeedle is the needle already passed through the map.
-// Requires m >= 1.
+// The searches below are linear in the text and the needle whatever they
+// hold (two-way search, TwoWay.h), with a faster filter in front where one
+// pays on ordinary text. Each requires m >= 1 and gives npos when nothing is
+// found.
+
+// First p >= from with map.to[hay[p + i]] == foldedNeedle[i] for every i < m.
+// foldedNeedle is the needle already passed through the map.
 std::size_t findFolded(const char* hay, std::size_t n, const char* foldedNeedle,
                        std::size_t m, std::size_t from, const CaseMap& map);
 
-// First p >= from where needle occurs byte for byte, or npos. Requires m >= 1.
+// The same with lowerByte in place of a map, for texts too short to pay for
+// filling one. foldedNeedle is the needle passed through lowerByte.
+std::size_t findLowered(const char* hay, std::size_t n,
+                        const char* foldedNeedle, std::size_t m,
+                        std::size_t from);
+
+// First p >= from where needle occurs byte for byte.
 std::size_t findExact(const char* hay, std::size_t n, const char* needle,
                       std::size_t m, std::size_t from);
+
+// Last p <= start where needle occurs byte for byte. Requires start + m to be
+// within the text.
+std::size_t findLastExact(const char* hay, const char* needle, std::size_t m,
+                          std::size_t start);
+
+// Last p <= start where the folded needle occurs, folding the text through
+// `map`, or through lowerByte when `map` is null.
+std::size_t findLastFolded(const char* hay, const char* foldedNeedle,
+                           std::size_t m, std::size_t start,
+                           const CaseMap* map);
 
 }  // namespace detail
 }  // namespace TQBase

@@ -1,8 +1,10 @@
 #include "TQBase/StdString.h"
 
 #include "text/TextInternal.h"
+#include "text/TwoWay.h"
 
 #include <cstdarg>
+#include <cstdint>
 #include <cstdio>
 #include <cwchar>
 #include <string>
@@ -16,9 +18,48 @@ std::size_t findIn(const std::string& str, const std::string& needle,
                            from);
 }
 
+struct WideUnit {
+  const wchar_t* at;
+  std::uint32_t operator()(std::size_t i) const {
+    return static_cast<std::uint32_t>(at[i]);
+  }
+};
+
+// Ordinary text: jump to the next first unit with wmemchr and compare there.
+// That costs up to the needle's length per position on text built against
+// it, so once the comparisons have cost more than 8 units per position
+// passed, the rest goes to the linear two-way search.
 std::size_t findIn(const std::wstring& str, const std::wstring& needle,
                    std::size_t from) {
-  return str.find(needle, from);
+  using Traits = std::wstring::traits_type;
+  const std::size_t n = str.size();
+  const std::size_t m = needle.size();
+  if (from > n || m > n - from) {
+    return std::wstring::npos;
+  }
+  const wchar_t* text = str.data();
+  const std::size_t last = n - m;
+  std::size_t spent = 0;
+  for (std::size_t p = from; p <= last; ++p) {
+    const wchar_t* hit = Traits::find(text + p, last - p + 1, needle[0]);
+    if (hit == nullptr) {
+      return std::wstring::npos;
+    }
+    p = static_cast<std::size_t>(hit - text);
+    if (Traits::compare(hit, needle.data(), m) == 0) {
+      return p;
+    }
+    spent += m;
+    if (spent > 64 + 8 * (p - from)) {
+      if (p == last) {
+        return std::wstring::npos;
+      }
+      const std::size_t found = detail::twoWayFind(
+          WideUnit{needle.data()}, m, WideUnit{hit + 1}, n - p - 1);
+      return found == detail::kTwoWayNone ? std::wstring::npos : p + 1 + found;
+    }
+  }
+  return std::wstring::npos;
 }
 
 // The scan resumes behind each occurrence, so the occurrences are those of

@@ -47,7 +47,7 @@ int openInput(const std::string& name, struct stat& info) {
   if (error == 0 && S_ISDIR(info.st_mode)) error = EISDIR;
   if (error != 0) {
     reportErrno(name, error);
-    if (fd != STDIN_FILENO) close(fd);
+    if (name != "-") close(fd);
     return -1;
   }
   return fd;
@@ -70,7 +70,7 @@ ssize_t readStream(void* cookie, char* buffer, std::size_t size) {
 
 int closeStream(void* cookie) {
   auto* state = static_cast<InputStream*>(cookie);
-  const int rc = state->fd != STDIN_FILENO ? close(state->fd) : 0;
+  const int rc = state->ownsFd ? close(state->fd) : 0;
   state->fd = -1;
   return rc;
 }
@@ -187,7 +187,7 @@ bool readWhole(const std::string& name, std::size_t limit, const char* what,
     }
     tooLarge = bytes.size() > limit;
   }
-  if (fd != STDIN_FILENO) close(fd);
+  if (name != "-") close(fd);
   if (tooLarge) {
     report(displayName(name) + ": too large: " + what + " takes at most " +
            std::to_string(limit) + " bytes");
@@ -204,6 +204,7 @@ bool readWhole(const std::string& name, std::size_t limit, const char* what,
 FILE* openStream(const std::string& name, InputStream& state) {
   struct stat info;
   state.fd = openInput(name, info);
+  state.ownsFd = name != "-";
   state.error = 0;
   if (state.fd < 0) return nullptr;
   FILE* stream =

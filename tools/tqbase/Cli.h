@@ -74,6 +74,7 @@ bool readWhole(const std::string& name, std::size_t limit, const char* what,
 // after the stream is gone.
 struct InputStream {
   int fd = -1;
+  bool ownsFd = false;  // false for standard input, which stays open
   int error = 0;
 };
 // Opens the input; reports and gives nullptr for directories and inputs that

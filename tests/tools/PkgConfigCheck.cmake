@@ -2,6 +2,7 @@
 # with nothing but what `pkg-config --cflags --libs tqbase` says.
 #   BUILD_DIR, PREFIX, LIBDIR: the build, where to install it, its libdir
 #   CXX, SOURCE, VERSION: the compiler, the program, the expected version
+#   PKG_CONFIG: the pkg-config program
 file(REMOVE_RECURSE "${PREFIX}")
 execute_process(COMMAND "${CMAKE_COMMAND}" --install "${BUILD_DIR}" --prefix "${PREFIX}"
   OUTPUT_QUIET RESULT_VARIABLE rc)
@@ -9,7 +10,6 @@ if(rc)
   message(FATAL_ERROR "installing ${BUILD_DIR} into ${PREFIX} failed")
 endif()
 
-find_program(PKG_CONFIG NAMES pkg-config pkgconf REQUIRED)
 set(ENV{PKG_CONFIG_PATH} "${PREFIX}/${LIBDIR}/pkgconfig")
 execute_process(COMMAND "${PKG_CONFIG}" --modversion tqbase
   OUTPUT_VARIABLE found OUTPUT_STRIP_TRAILING_WHITESPACE RESULT_VARIABLE rc)

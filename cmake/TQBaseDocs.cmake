@@ -2,7 +2,7 @@
 # headers into <build>/docs/html (families under group__<name>.html). Top
 # level only, so that a parent project keeps the target name. Without
 # Doxygen the target only says what is missing. Doxygen's warnings fail it.
-if(NOT TQBASE_IS_TOP_LEVEL)
+if(NOT PROJECT_IS_TOP_LEVEL)
   return()
 endif()
 

@@ -3,7 +3,7 @@
 # with its SONAME and development links, the headers, the CMake package, the
 # pkg-config file and the tqbase program. Top level only, so that a parent
 # project keeps its own packaging.
-if(NOT TQBASE_IS_TOP_LEVEL OR NOT TQBASE_INSTALL)
+if(NOT PROJECT_IS_TOP_LEVEL OR NOT TQBASE_INSTALL)
   return()
 endif()
 

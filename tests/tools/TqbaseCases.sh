@@ -247,6 +247,7 @@ conventions)
   truncate -s 2147479552 big
   run whole-limit 2 '' \
     'tqbase: big: too large: isutf8 takes at most 2147479551 bytes\n' isutf8 big
+  rm -f big
   "$tqbase" hex "$gbk" >/dev/full 2>actual.err
   [[ $? == 2 ]] && [[ $(<actual.err) == 'tqbase: standard output: No space left on device' ]] ||
     { echo "FAIL write error"; failures=$((failures + 1)); }

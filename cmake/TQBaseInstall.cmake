@@ -19,3 +19,4 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/TQBaseConfigVersion.cmake
   COMPATIBILITY SameMajorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/TQBaseConfig.cmake
   ${PROJECT_BINARY_DIR}/TQBaseConfigVersion.cmake DESTINATION ${TQBASE_CMAKE_DIR})
+include(${CMAKE_CURRENT_LIST_DIR}/TQBasePkgConfig.cmake)

@@ -22,7 +22,9 @@ unsigned char* bytesOf(std::string& s) {
 }
 
 bool decodeGbk(const std::string& s, std::wstring& result) {
-  result.resize(detail::cp936DecodeBound(bytesOf(s), s.size()));
+  result.resize(
+      detail::cp936DecodeBound(bytesOf(s), s.size(), detail::detectedIsa()) +
+      detail::kSlack);
   const std::size_t written = detail::decodeCp936(
       bytesOf(s), s.size(), &result[0], detail::detectedIsa());
   if (written == kFailed) return false;
@@ -31,7 +33,9 @@ bool decodeGbk(const std::string& s, std::wstring& result) {
 }
 
 bool encodeGbk(const std::wstring& s, std::string& result) {
-  result.resize(detail::cp936EncodeBound(s.data(), s.size()));
+  result.resize(
+      detail::cp936EncodeBound(s.data(), s.size(), detail::detectedIsa()) +
+      detail::kSlack);
   const std::size_t written = detail::encodeCp936(
       s.data(), s.size(), bytesOf(result), detail::detectedIsa());
   if (written == kFailed) return false;
@@ -43,7 +47,9 @@ bool encodeGbk(const std::wstring& s, std::string& result) {
 // element, so the count of those bounds what is written before a failure.
 bool decodeUtf8(const std::string& s, std::wstring& result) {
   if (s.empty()) return true;
-  result.resize(detail::countUtf8Starts(bytesOf(s), s.size()) + detail::kSlack);
+  result.resize(
+      detail::countUtf8Starts(bytesOf(s), s.size(), detail::detectedIsa()) +
+      detail::kSlack);
   const std::size_t written = detail::decodeUtf8(
       bytesOf(s), s.size(), &result[0], detail::detectedIsa());
   if (written == kFailed) return false;

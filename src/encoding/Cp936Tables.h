@@ -14,10 +14,12 @@ namespace detail {
 extern const std::uint16_t kCp936ByteUnits[128];
 
 /// Units of the two-byte codes, [lead - 0x81][trail - 0x40] in rows of 192.
-extern const std::uint16_t kCp936PairUnits[126 * 192];
+/// This table and the two below end in padding for vector gathers, which
+/// read 4 bytes at an entry.
+extern const std::uint16_t kCp936PairUnits[126 * 192 + 1];
 
 /// Page of kCp936Codes for each block of 256 units; page 0 is all zero.
-extern const std::uint8_t kCp936CodePageOfBlock[256];
+extern const std::uint8_t kCp936CodePageOfBlock[256 + 3];
 
 /// Codes of the units, page by page: a byte below 0x100, else
 /// lead << 8 | trail.

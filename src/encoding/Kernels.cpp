@@ -120,11 +120,14 @@ bool scanUtf8(const unsigned char* in, std::size_t size, Isa isa) {
   return true;
 }
 
-std::size_t countUtf8Starts(const unsigned char* in, std::size_t size) {
-  std::size_t count = 0;
-  for (std::size_t i = 0; i < size; ++i)
-    count += static_cast<signed char>(in[i]) >= -64 ? 1 : 0;
-  return count;
+std::size_t countUtf8Starts(const unsigned char* in, std::size_t size,
+                            Isa isa) {
+  std::size_t done = 0, continuations = 0;
+  if (isa != Isa::scalar)
+    continuations = countBytesInX86(in, size, 0x80, 0x40, isa, done);
+  for (std::size_t i = done; i < size; ++i)
+    continuations += isContinuation(in[i]) ? 1 : 0;
+  return size - continuations;
 }
 
 std::size_t decodeUtf8(const unsigned char* in, std::size_t size, wchar_t* out,
@@ -177,66 +180,65 @@ void encodeUtf8(const wchar_t* in, std::size_t size, unsigned char* out,
   }
 }
 
-std::size_t widenAscii(const unsigned char* in, std::size_t size, wchar_t* out,
-                       Isa isa) {
-  return isa == Isa::scalar ? 0 : widenAsciiX86(in, size, out, isa);
-}
-
-std::size_t narrowAscii(const wchar_t* in, std::size_t size, unsigned char* out,
-                        Isa isa) {
-  return isa == Isa::scalar ? 0 : narrowAsciiX86(in, size, out, isa);
-}
-
 // Each two-byte code has its lead byte in 0x81-0xFE and at most one more byte
 // there, while 0x80 and 0xFF stand alone: so no text has more elements than
 // its bytes less half of those in 0x81-0xFE. A bad text fails before it
 // writes more than its good front, which obeys the same bound.
-std::size_t cp936DecodeBound(const unsigned char* in, std::size_t size) {
-  std::size_t leadRange = 0;
-  for (std::size_t i = 0; i < size; ++i)
+std::size_t cp936DecodeBound(const unsigned char* in, std::size_t size,
+                             Isa isa) {
+  std::size_t done = 0, leadRange = 0;
+  if (isa != Isa::scalar)
+    leadRange = countBytesInX86(in, size, 0x81, 0x7E, isa, done);
+  for (std::size_t i = done; i < size; ++i)
     leadRange += static_cast<unsigned char>(in[i] - 0x81) < 0x7E ? 1 : 0;
   return size - leadRange / 2;
 }
 
-std::size_t cp936EncodeBound(const wchar_t* in, std::size_t size) {
-  std::size_t wide = 0;
-  for (std::size_t i = 0; i < size; ++i)
+// One byte per element, two for those from 0x80, and one more for the
+// encoder, which always stores two bytes.
+std::size_t cp936EncodeBound(const wchar_t* in, std::size_t size, Isa isa) {
+  std::size_t done = 0, wide = 0;
+  if (isa != Isa::scalar) wide = countWideX86(in, size, isa, done);
+  for (std::size_t i = done; i < size; ++i)
     wide += static_cast<std::uint32_t>(in[i]) >= 0x80 ? 1 : 0;
-  return size + wide;
+  return size + wide + 1;
 }
 
 std::size_t decodeCp936(const unsigned char* in, std::size_t size, wchar_t* out,
                         Isa isa) {
   std::size_t p = 0, written = 0;
   while (p < size) {
-    const unsigned lead = in[p];
-    if (lead < 0x80) {
-      // Only a run of ASCII is worth a vector block.
-      if (size - p >= 32 && in[p + 1] < 0x80) {
-        const std::size_t run =
-            widenAscii(in + p, size - p, out + written, isa);
-        p += run;
-        written += run;
-        if (run != 0) continue;
+    std::size_t stop = size;
+    if (isa != Isa::scalar) {
+      const DecodeProgress progress =
+          decodeCp936X86(in, size, p, out + written, isa);
+      if (progress.failed) return kFailed;
+      p = progress.read;
+      written += progress.written;
+      stop = std::min(size, p + kPlainStretch);
+    }
+    while (p < stop) {
+      const unsigned lead = in[p];
+      if (lead < 0x80) {
+        out[written++] = static_cast<wchar_t>(lead);
+        ++p;
+        continue;
       }
-      out[written++] = static_cast<wchar_t>(lead);
-      ++p;
-      continue;
+      const unsigned single = kCp936ByteUnits[lead - 0x80];
+      if (single != 0) {
+        out[written++] = static_cast<wchar_t>(single);
+        ++p;
+        continue;
+      }
+      // A lead byte: it needs a trail byte from 0x40.
+      if (size - p < 2) return kFailed;
+      const unsigned column = in[p + 1] - 0x40u;
+      if (column >= 192) return kFailed;
+      const unsigned unit = kCp936PairUnits[(lead - 0x81) * 192 + column];
+      if (unit == 0) return kFailed;
+      out[written++] = static_cast<wchar_t>(unit);
+      p += 2;
     }
-    const unsigned single = kCp936ByteUnits[lead - 0x80];
-    if (single != 0) {
-      out[written++] = static_cast<wchar_t>(single);
-      ++p;
-      continue;
-    }
-    // A lead byte: it needs a trail byte from 0x40.
-    if (size - p < 2) return kFailed;
-    const unsigned column = in[p + 1] - 0x40u;
-    if (column >= 192) return kFailed;
-    const unsigned unit = kCp936PairUnits[(lead - 0x81) * 192 + column];
-    if (unit == 0) return kFailed;
-    out[written++] = static_cast<wchar_t>(unit);
-    p += 2;
   }
   return written;
 }
@@ -245,26 +247,26 @@ std::size_t encodeCp936(const wchar_t* in, std::size_t size, unsigned char* out,
                         Isa isa) {
   std::size_t i = 0, written = 0;
   while (i < size) {
-    const auto u = static_cast<std::uint32_t>(in[i]);
-    if (u < 0x80) {
-      if (size - i >= 32 && static_cast<std::uint32_t>(in[i + 1]) < 0x80) {
-        const std::size_t run =
-            narrowAscii(in + i, size - i, out + written, isa);
-        i += run;
-        written += run;
-        if (run != 0) continue;
-      }
-      out[written++] = static_cast<unsigned char>(u);
-      ++i;
-      continue;
+    std::size_t stop = size;
+    if (isa != Isa::scalar) {
+      std::size_t added = 0;
+      i += encodeCp936X86(in + i, size - i, out + written, isa, added);
+      written += added;
+      stop = std::min(size, i + kPlainStretch);
     }
-    if (u > 0xFFFF) return kFailed;
-    const unsigned code =
-        kCp936Codes[kCp936CodePageOfBlock[u >> 8] * 256u + (u & 0xFF)];
-    if (code == 0) return kFailed;
-    if (code >= 0x100) out[written++] = static_cast<unsigned char>(code >> 8);
-    out[written++] = static_cast<unsigned char>(code);
-    ++i;
+    for (; i < stop; ++i) {
+      // ASCII takes the table like the rest, and no branch on the width:
+      // both bytes are stored, the count tells.
+      const auto u = static_cast<std::uint32_t>(in[i]);
+      if (u > 0xFFFF) return kFailed;
+      const unsigned code =
+          kCp936Codes[kCp936CodePageOfBlock[u >> 8] * 256u + (u & 0xFF)];
+      if (code == 0 && u != 0) return kFailed;
+      const unsigned two = code >> 8 != 0 ? 1 : 0;
+      out[written] = static_cast<unsigned char>(two != 0 ? code >> 8 : code);
+      out[written + 1] = static_cast<unsigned char>(code);
+      written += 1 + two;
+    }
   }
   return written;
 }

@@ -39,7 +39,7 @@ std::size_t decodeUtf8(const unsigned char* in, std::size_t size, wchar_t* out,
                        Isa isa);
 
 /// Bytes that are no continuation byte: the element count of good UTF-8.
-std::size_t countUtf8Starts(const unsigned char* in, std::size_t size);
+std::size_t countUtf8Starts(const unsigned char* in, std::size_t size, Isa isa);
 
 /// The exact UTF-8 length of `size` elements, or kFailed when one lies above
 /// 0x10FFFF or below 0.
@@ -50,28 +50,19 @@ std::size_t utf8Length(const wchar_t* in, std::size_t size, Isa isa);
 void encodeUtf8(const wchar_t* in, std::size_t size, unsigned char* out,
                 Isa isa);
 
-/// Widens the longest run of whole 16-byte ASCII blocks at the front; the
-/// count of bytes done. Plain form: 0.
-std::size_t widenAscii(const unsigned char* in, std::size_t size, wchar_t* out,
-                       Isa isa);
-
-/// Narrows the longest run of whole 16-element ASCII blocks at the front; the
-/// count of elements done. Plain form: 0.
-std::size_t narrowAscii(const wchar_t* in, std::size_t size, unsigned char* out,
-                        Isa isa);
-
-/// GBK bytes to elements; `out` has room for cp936DecodeBound(in, size). The
-/// count written, or kFailed.
+/// GBK bytes to elements; `out` has room for cp936DecodeBound(in, size) +
+/// kSlack. The count written, or kFailed.
 std::size_t decodeCp936(const unsigned char* in, std::size_t size, wchar_t* out,
                         Isa isa);
 
-/// Elements to GBK bytes; `out` has room for cp936EncodeBound(in, size). The
-/// count written, or kFailed.
+/// Elements to GBK bytes; `out` has room for cp936EncodeBound(in, size) +
+/// kSlack. The count written, or kFailed.
 std::size_t encodeCp936(const wchar_t* in, std::size_t size, unsigned char* out,
                         Isa isa);
 
-std::size_t cp936DecodeBound(const unsigned char* in, std::size_t size);
-std::size_t cp936EncodeBound(const wchar_t* in, std::size_t size);
+std::size_t cp936DecodeBound(const unsigned char* in, std::size_t size,
+                             Isa isa);
+std::size_t cp936EncodeBound(const wchar_t* in, std::size_t size, Isa isa);
 
 // The x86 forms, defined in X86Kernels.cpp; called only where the CPU runs
 // them. Each returns how far it came (bytes or elements of input), stopping
@@ -89,10 +80,18 @@ std::size_t utf8LengthX86(const wchar_t* in, std::size_t size, Isa isa,
                           std::size_t& done);
 std::size_t encodeUtf8X86(const wchar_t* in, std::size_t size,
                           unsigned char* out, Isa isa, std::size_t& written);
-std::size_t widenAsciiX86(const unsigned char* in, std::size_t size,
-                          wchar_t* out, Isa isa);
-std::size_t narrowAsciiX86(const wchar_t* in, std::size_t size,
-                           unsigned char* out, Isa isa);
+/// Bytes b with (b - low) mod 256 below `span`, over whole blocks; `done`
+/// tells how far it came.
+std::size_t countBytesInX86(const unsigned char* in, std::size_t size,
+                            unsigned char low, unsigned char span, Isa isa,
+                            std::size_t& done);
+/// Elements from 0x80 (negative ones included), over whole blocks.
+std::size_t countWideX86(const wchar_t* in, std::size_t size, Isa isa,
+                         std::size_t& done);
+DecodeProgress decodeCp936X86(const unsigned char* in, std::size_t size,
+                              std::size_t p, wchar_t* out, Isa isa);
+std::size_t encodeCp936X86(const wchar_t* in, std::size_t size,
+                           unsigned char* out, Isa isa, std::size_t& written);
 
 }  // namespace detail
 }  // namespace TQBase

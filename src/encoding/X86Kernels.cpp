@@ -8,6 +8,8 @@
 
 #include <immintrin.h>
 
+#include "encoding/Cp936Tables.h"
+
 namespace TQBase {
 namespace detail {
 namespace {
@@ -271,10 +273,28 @@ __attribute__((target("avx2"))) std::size_t encodeAvx2(const wchar_t* in,
   unsigned char* const start = out;
   const __m256i above16 = _mm256_set1_epi32(static_cast<int>(0xFFFF0000));
   const __m256i low6 = _mm256_set1_epi32(0x3F);
+  const __m256i notAscii = _mm256_set1_epi32(~0x7F);
   for (; size - i >= 8; i += 8) {
     const __m256i u =
         _mm256_loadu_si256(reinterpret_cast<const __m256i*>(in + i));
     if (!_mm256_testz_si256(u, above16)) break;  // 4-byte forms: plain loop
+    if (size - i >= 16) {
+      // ASCII 16 at a time: pack to 16 then 8 bits, then put the 4-byte
+      // groups back in order (the packs work within 128-bit halves).
+      const __m256i v =
+          _mm256_loadu_si256(reinterpret_cast<const __m256i*>(in + i + 8));
+      if (_mm256_testz_si256(_mm256_or_si256(u, v), notAscii)) {
+        const __m256i words = _mm256_packus_epi32(u, v);
+        const __m256i bytes = _mm256_permutevar8x32_epi32(
+            _mm256_packus_epi16(words, words),
+            _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out),
+                         _mm256_castsi256_si128(bytes));
+        out += 16;
+        i += 8;  // and 8 more by the loop
+        continue;
+      }
+    }
     const __m256i over7F = _mm256_cmpgt_epi32(u, _mm256_set1_epi32(0x7F));
     const __m256i over7FF = _mm256_cmpgt_epi32(u, _mm256_set1_epi32(0x7FF));
     const __m256i last =
@@ -363,6 +383,237 @@ __attribute__((target("avx2"))) std::size_t lengthAvx2(const wchar_t* in,
   return length;
 }
 
+// Counts of bytes in a range: (b - low) mod 256 below span.
+std::size_t countBytesSse2(const unsigned char* in, std::size_t size,
+                           unsigned char low, unsigned char span,
+                           std::size_t& done) {
+  const __m128i lowBytes = _mm_set1_epi8(static_cast<char>(low));
+  const __m128i top = _mm_set1_epi8(static_cast<char>(span - 1));
+  std::size_t i = 0, count = 0;
+  for (; size - i >= 16; i += 16) {
+    const __m128i x = _mm_sub_epi8(
+        _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + i)), lowBytes);
+    const __m128i inside = _mm_cmpeq_epi8(_mm_min_epu8(x, top), x);
+    count += static_cast<std::size_t>(
+        __builtin_popcount(static_cast<unsigned>(_mm_movemask_epi8(inside))));
+  }
+  done = i;
+  return count;
+}
+
+__attribute__((target("avx512f,avx512bw,popcnt"))) std::size_t countBytesAvx512(
+    const unsigned char* in, std::size_t size, unsigned char low,
+    unsigned char span, std::size_t& done) {
+  const __m512i lowBytes = _mm512_set1_epi8(static_cast<char>(low));
+  const __m512i spanBytes = _mm512_set1_epi8(static_cast<char>(span));
+  std::size_t i = 0, count = 0;
+  for (; size - i >= 64; i += 64)
+    count += static_cast<std::size_t>(_mm_popcnt_u64(_mm512_cmplt_epu8_mask(
+        _mm512_sub_epi8(_mm512_loadu_si512(in + i), lowBytes), spanBytes)));
+  done = i;
+  return count;
+}
+
+__attribute__((target("avx2"))) std::size_t countWideAvx2(const wchar_t* in,
+                                                          std::size_t size,
+                                                          std::size_t& done) {
+  const __m256i notAscii = _mm256_set1_epi32(~0x7F);
+  __m256i ascii = _mm256_setzero_si256();
+  std::size_t i = 0;
+  for (; size - i >= 8; i += 8)
+    ascii = _mm256_sub_epi32(
+        ascii,
+        _mm256_cmpeq_epi32(
+            _mm256_and_si256(
+                _mm256_loadu_si256(reinterpret_cast<const __m256i*>(in + i)),
+                notAscii),
+            _mm256_setzero_si256()));
+  alignas(32) std::uint32_t lanes[8];
+  _mm256_store_si256(reinterpret_cast<__m256i*>(lanes), ascii);
+  std::size_t count = i;
+  for (const std::uint32_t lane : lanes) count -= lane;
+  done = i;
+  return count;
+}
+
+// GBK: only ASCII blocks, which widen like UTF-8's.
+DecodeProgress decodeGbkAscii(const unsigned char* in, std::size_t size,
+                              std::size_t p, wchar_t* out, Isa isa) {
+  std::size_t written = 0;
+  for (; size - p >= 16; p += 16, written += 16) {
+    const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + p));
+    if (_mm_movemask_epi8(v) != 0) break;
+    if (isa == Isa::avx2)
+      widen16Avx2(in + p, out + written);
+    else
+      widen16Sse2(in + p, out + written);
+  }
+  return {p, written, false};
+}
+
+// Which bytes of 64 are lead bytes, given whether in[0] is the trail of a
+// lead before. Bytes 0x81-0xFE ("lead range") are lead bytes at a character
+// start and trail bytes behind a lead byte; every other byte starts a
+// character. So in each run of lead-range bytes the leads alternate from the
+// run's first byte, and adding a run's first bit to the run clears it:
+// that finds all runs that begin at an even place at once.
+std::uint64_t gbkLeads(std::uint64_t leadRange, std::uint64_t trailCarry) {
+  constexpr std::uint64_t kEven = 0x5555555555555555ULL;
+  const std::uint64_t range = leadRange & ~trailCarry;
+  const std::uint64_t runStarts = range & ~(range << 1);
+  const std::uint64_t evenRuns = range & ~(range + (runStarts & kEven));
+  return (evenRuns & kEven) | (range & ~evenRuns & ~kEven);
+}
+
+// 64 bytes at a time: finds the lead bytes, checks the trail bytes, looks
+// the pairs up with a gather, and packs one element per character start.
+// 0x80 and 0xFF, which stand alone, are left to the plain loop. Needs the
+// byte behind each block, the trail of a lead that ends it.
+__attribute__((target("avx512f,avx512bw,popcnt"))) DecodeProgress
+decodeGbkAvx512(const unsigned char* in, std::size_t size, std::size_t p,
+                wchar_t* out) {
+  std::size_t written = 0;
+  std::uint64_t carry = 0;  // in[p] is the trail of in[p - 1]
+  const auto* table = reinterpret_cast<const int*>(kCp936PairUnits);
+  for (; size - p >= 65; p += 64) {
+    const __m512i bytes = _mm512_loadu_si512(in + p);
+    const std::uint64_t high = _mm512_movepi8_mask(bytes);
+    if ((high | carry) == 0) {
+      for (int k = 0; k < 4; ++k)
+        widen16Avx512(in + p + 16 * k, out + written + 16 * k);
+      written += 64;
+      continue;
+    }
+    const std::uint64_t leads = gbkLeads(
+        _mm512_cmplt_epu8_mask(_mm512_sub_epi8(bytes, _mm512_set1_epi8(-0x7F)),
+                               _mm512_set1_epi8(0x7E)),
+        carry);
+    const std::uint64_t trails = leads << 1 | carry;
+    if ((trails & _mm512_cmplt_epu8_mask(bytes, _mm512_set1_epi8(0x40))) != 0)
+      return {p, written, true};
+    const std::uint64_t starts = ~trails;
+    const std::uint64_t alone =
+        _mm512_cmpeq_epi8_mask(bytes, _mm512_set1_epi8(-0x80)) |
+        _mm512_cmpeq_epi8_mask(bytes, _mm512_set1_epi8(-1));
+    if ((alone & starts) != 0) break;
+    for (int k = 0; k < 4; ++k) {
+      const auto leadLanes = static_cast<__mmask16>(leads >> 16 * k);
+      const auto startLanes = static_cast<__mmask16>(starts >> 16 * k);
+      const __m512i first = _mm512_maskz_cvtepu8_epi32(
+          kAll16,
+          _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + p + 16 * k)));
+      const __m512i second = _mm512_maskz_cvtepu8_epi32(
+          kAll16, _mm_loadu_si128(
+                      reinterpret_cast<const __m128i*>(in + p + 16 * k + 1)));
+      const __m512i row = _mm512_sub_epi32(first, _mm512_set1_epi32(0x81));
+      const __m512i index = _mm512_add_epi32(
+          _mm512_add_epi32(_mm512_maskz_slli_epi32(kAll16, row, 7),
+                           _mm512_maskz_slli_epi32(kAll16, row, 6)),
+          _mm512_sub_epi32(second, _mm512_set1_epi32(0x40)));
+      __m512i units =
+          _mm512_mask_i32gather_epi32(first, leadLanes, index, table, 2);
+      units = _mm512_and_si512(units, _mm512_set1_epi32(0xFFFF));
+      if (_mm512_mask_cmpeq_epi32_mask(leadLanes, units,
+                                       _mm512_setzero_si512()) != 0)
+        return {p, written, true};
+      _mm512_storeu_si512(out + written,
+                          _mm512_maskz_compress_epi32(startLanes, units));
+      written += static_cast<std::size_t>(_mm_popcnt_u32(startLanes));
+    }
+    carry = leads >> 63;
+  }
+  // A lead that ended the last block was looked up with the byte here.
+  if (carry != 0) {
+    if (in[p] < 0x40) return {p, written, true};
+    ++p;
+  }
+  return {p, written, false};
+}
+
+// Per 8 lanes of 16 bits: the shuffle that keeps 1 byte of a lane whose bit
+// is clear and 2 of a lane whose bit is set.
+struct GbkShuffles {
+  unsigned char masks[256][16];
+  unsigned char lengths[256];
+};
+
+constexpr GbkShuffles makeGbkShuffles() {
+  GbkShuffles table{};
+  for (int key = 0; key < 256; ++key) {
+    int length = 0;
+    for (int lane = 0; lane < 8; ++lane) {
+      table.masks[key][length++] = static_cast<unsigned char>(2 * lane);
+      if (key >> lane & 1)
+        table.masks[key][length++] = static_cast<unsigned char>(2 * lane + 1);
+    }
+    table.lengths[key] = static_cast<unsigned char>(length);
+    while (length < 16) table.masks[key][length++] = 0x80;
+  }
+  return table;
+}
+
+constexpr GbkShuffles kGbkShuffles = makeGbkShuffles();
+
+// 16 elements at a time: a gather for each of the two table levels, then
+// the codes packed, lead byte first. A block with an element that has no
+// code is left to the plain loop, which fails there.
+__attribute__((target("avx512f,avx512bw"))) std::size_t encodeGbkAvx512(
+    const wchar_t* in, std::size_t size, unsigned char* out,
+    std::size_t& written) {
+  std::size_t i = 0;
+  unsigned char* const start = out;
+  const auto* pages = reinterpret_cast<const int*>(kCp936CodePageOfBlock);
+  const auto* codes = reinterpret_cast<const int*>(kCp936Codes);
+  for (; size - i >= 16; i += 16) {
+    const __m512i u = _mm512_loadu_si512(in + i);
+    if (_mm512_test_epi32_mask(u, _mm512_set1_epi32(~0x7F)) == 0) {
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(out),
+                       _mm512_maskz_cvtepi32_epi8(kAll16, u));
+      out += 16;
+      continue;
+    }
+    if (_mm512_test_epi32_mask(u, _mm512_set1_epi32(~0xFFFF)) != 0) break;
+    const __m512i page =
+        _mm512_and_si512(_mm512_mask_i32gather_epi32(
+                             _mm512_setzero_si512(), kAll16,
+                             _mm512_maskz_srli_epi32(kAll16, u, 8), pages, 1),
+                         _mm512_set1_epi32(0xFF));
+    const __m512i index =
+        _mm512_or_si512(_mm512_maskz_slli_epi32(kAll16, page, 8),
+                        _mm512_and_si512(u, _mm512_set1_epi32(0xFF)));
+    const __m512i code =
+        _mm512_and_si512(_mm512_mask_i32gather_epi32(_mm512_setzero_si512(),
+                                                     kAll16, index, codes, 2),
+                         _mm512_set1_epi32(0xFFFF));
+    if ((_mm512_testn_epi32_mask(code, code) & _mm512_test_epi32_mask(u, u)) !=
+        0)
+      break;
+    const __mmask16 two =
+        _mm512_cmpgt_epu32_mask(code, _mm512_set1_epi32(0xFF));
+    const __m512i swapped = _mm512_or_si512(
+        _mm512_maskz_srli_epi32(kAll16, code, 8),
+        _mm512_and_si512(_mm512_maskz_slli_epi32(kAll16, code, 8),
+                         _mm512_set1_epi32(0xFF00)));
+    const __m256i words = _mm512_maskz_cvtepi32_epi16(
+        kAll16, _mm512_mask_mov_epi32(code, two, swapped));
+    const unsigned keyLow = two & 0xFF, keyHigh = two >> 8;
+    _mm_storeu_si128(
+        reinterpret_cast<__m128i*>(out),
+        _mm_shuffle_epi8(_mm256_castsi256_si128(words),
+                         _mm_loadu_si128(reinterpret_cast<const __m128i*>(
+                             kGbkShuffles.masks[keyLow]))));
+    out += kGbkShuffles.lengths[keyLow];
+    _mm_storeu_si128(
+        reinterpret_cast<__m128i*>(out),
+        _mm_shuffle_epi8(_mm256_extracti128_si256(words, 1),
+                         _mm_loadu_si128(reinterpret_cast<const __m128i*>(
+                             kGbkShuffles.masks[keyHigh]))));
+    out += kGbkShuffles.lengths[keyHigh];
+  }
+  written = static_cast<std::size_t>(out - start);
+  return i;
+}
+
 }  // namespace
 
 bool scanUtf8X86(const unsigned char* in, std::size_t size, Isa isa,
@@ -394,28 +645,32 @@ std::size_t encodeUtf8X86(const wchar_t* in, std::size_t size,
   return encodeAvx2(in, size, out, written);
 }
 
-std::size_t widenAsciiX86(const unsigned char* in, std::size_t size,
-                          wchar_t* out, Isa isa) {
-  std::size_t i = 0;
-  for (; size - i >= 16; i += 16) {
-    const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + i));
-    if (_mm_movemask_epi8(v) != 0) break;
-    if (isa == Isa::avx512)
-      widen16Avx512(in + i, out + i);
-    else if (isa == Isa::avx2)
-      widen16Avx2(in + i, out + i);
-    else
-      widen16Sse2(in + i, out + i);
-  }
-  return i;
+std::size_t countBytesInX86(const unsigned char* in, std::size_t size,
+                            unsigned char low, unsigned char span, Isa isa,
+                            std::size_t& done) {
+  if (isa == Isa::avx512) return countBytesAvx512(in, size, low, span, done);
+  return countBytesSse2(in, size, low, span, done);
 }
 
-std::size_t narrowAsciiX86(const wchar_t* in, std::size_t size,
-                           unsigned char* out, Isa) {
-  std::size_t i = 0;
-  for (; size - i >= 16 && narrow16Sse2(in + i, out + i); i += 16) {
+std::size_t countWideX86(const wchar_t* in, std::size_t size, Isa isa,
+                         std::size_t& done) {
+  if (isa == Isa::sse2) {
+    done = 0;
+    return 0;
   }
-  return i;
+  return countWideAvx2(in, size, done);
+}
+
+DecodeProgress decodeCp936X86(const unsigned char* in, std::size_t size,
+                              std::size_t p, wchar_t* out, Isa isa) {
+  if (isa == Isa::avx512) return decodeGbkAvx512(in, size, p, out);
+  return decodeGbkAscii(in, size, p, out, isa);
+}
+
+std::size_t encodeCp936X86(const wchar_t* in, std::size_t size,
+                           unsigned char* out, Isa isa, std::size_t& written) {
+  if (isa == Isa::avx512) return encodeGbkAvx512(in, size, out, written);
+  return encodeSse2(in, size, out, written);
 }
 
 }  // namespace detail
@@ -443,10 +698,22 @@ std::size_t encodeUtf8X86(const wchar_t*, std::size_t, unsigned char*, Isa,
   written = 0;
   return 0;
 }
-std::size_t widenAsciiX86(const unsigned char*, std::size_t, wchar_t*, Isa) {
+DecodeProgress decodeCp936X86(const unsigned char*, std::size_t, std::size_t p,
+                              wchar_t*, Isa) {
+  return {p, 0, false};
+}
+std::size_t encodeCp936X86(const wchar_t*, std::size_t, unsigned char*, Isa,
+                           std::size_t& written) {
+  written = 0;
   return 0;
 }
-std::size_t narrowAsciiX86(const wchar_t*, std::size_t, unsigned char*, Isa) {
+std::size_t countBytesInX86(const unsigned char*, std::size_t, unsigned char,
+                            unsigned char, Isa, std::size_t& done) {
+  done = 0;
+  return 0;
+}
+std::size_t countWideX86(const wchar_t*, std::size_t, Isa, std::size_t& done) {
+  done = 0;
   return 0;
 }
 

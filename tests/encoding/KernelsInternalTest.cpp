@@ -106,7 +106,7 @@ TEST_P(EncodingKernels, Utf8ScanAndDecodeMatchPlainForm) {
     forEachPiece(bytes, [&](const unsigned char* in, std::size_t size) {
       ASSERT_EQ(scanUtf8(in, size, GetParam()),
                 scanUtf8(in, size, Isa::scalar));
-      const std::size_t room = countUtf8Starts(in, size) + kSlack;
+      const std::size_t room = countUtf8Starts(in, size, Isa::scalar) + kSlack;
       std::vector<wchar_t> expected(room), actual(room);
       const std::size_t count =
           decodeUtf8(in, size, expected.data(), Isa::scalar);
@@ -145,12 +145,15 @@ TEST_P(EncodingKernels, Cp936MatchesPlainForm) {
     std::mt19937 rng(kSeed + trial);
     const std::vector<wchar_t> units = randomWide(rng, trial % 3);
     forEachPiece(units, [&](const wchar_t* in, std::size_t size) {
-      std::vector<unsigned char> expected(cp936EncodeBound(in, size)),
+      std::vector<unsigned char> expected(
+          cp936EncodeBound(in, size, Isa::scalar)),
           actual(expected.size());
       const std::size_t count =
           encodeCp936(in, size, expected.data(), Isa::scalar);
       ASSERT_EQ(encodeCp936(in, size, actual.data(), GetParam()), count);
-      ASSERT_EQ(expected, actual);
+      if (count == kFailed) return;
+      ASSERT_TRUE(std::equal(expected.begin(), expected.begin() + count,
+                             actual.begin()));
     });
     // GBK of the units that have a form, with ASCII runs, a byte broken now
     // and then.
@@ -163,12 +166,15 @@ TEST_P(EncodingKernels, Cp936MatchesPlainForm) {
     if (trial % 3 == 2)
       gbk[rng() % gbk.size()] = static_cast<unsigned char>(rng());
     forEachPiece(gbk, [&](const unsigned char* in, std::size_t size) {
-      std::vector<wchar_t> expected(cp936DecodeBound(in, size)),
+      std::vector<wchar_t> expected(cp936DecodeBound(in, size, Isa::scalar) +
+                                    kSlack),
           actual(expected.size());
       const std::size_t count =
           decodeCp936(in, size, expected.data(), Isa::scalar);
       ASSERT_EQ(decodeCp936(in, size, actual.data(), GetParam()), count);
-      ASSERT_EQ(expected, actual);
+      if (count == kFailed) return;
+      ASSERT_TRUE(std::equal(expected.begin(), expected.begin() + count,
+                             actual.begin()));
     });
   }
 }

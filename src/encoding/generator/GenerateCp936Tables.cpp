@@ -209,9 +209,14 @@ int main() {
       "codes.\n\n"
       "#include \"encoding/Cp936Tables.h\"\n\n"
       "namespace TQBase {\nnamespace detail {\n\n");
+  // Vector gathers read 4 bytes at an entry: each table but the first ends
+  // in padding, so that reading at its last entry stays inside.
+  pairUnits.push_back(0);
+  pageOfBlock.insert(pageOfBlock.end(), 3, 0);
+  pages.push_back(0);
   printTable("const std::uint16_t kCp936ByteUnits[128]", byteUnits);
-  printTable("const std::uint16_t kCp936PairUnits[126 * 192]", pairUnits);
-  printTable("const std::uint8_t kCp936CodePageOfBlock[256]", pageOfBlock);
+  printTable("const std::uint16_t kCp936PairUnits[126 * 192 + 1]", pairUnits);
+  printTable("const std::uint8_t kCp936CodePageOfBlock[256 + 3]", pageOfBlock);
   std::printf("const std::uint16_t kCp936Codes[%zu]", pages.size());
   printTable("", pages);
   std::printf("}  // namespace detail\n}  // namespace TQBase\n");

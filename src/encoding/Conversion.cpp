@@ -17,44 +17,55 @@ const unsigned char* bytesOf(const std::string& s) {
   return reinterpret_cast<const unsigned char*>(s.data());
 }
 
-unsigned char* bytesOf(std::string& s) {
-  return reinterpret_cast<unsigned char*>(&s[0]);
+// Sizes `result` to `bound` elements, lets `fill` write them and trims it to
+// the count that `fill` returns. Where the standard library can, the
+// elements are not zeroed first: a result is written once, not twice.
+template <typename String, typename Fill>
+bool overwrite(String& result, std::size_t bound, Fill fill) {
+#if defined(__cpp_lib_string_resize_and_overwrite)
+  std::size_t written = kFailed;
+  result.resize_and_overwrite(bound, [&](auto* data, std::size_t) {
+    written = fill(data);
+    return written == kFailed ? 0 : written;
+  });
+#else
+  result.resize(bound);
+  const std::size_t written = fill(&result[0]);
+  if (written != kFailed) result.resize(written);
+#endif
+  return written != kFailed;
 }
 
 bool decodeGbk(const std::string& s, std::wstring& result) {
-  result.resize(
-      detail::cp936DecodeBound(bytesOf(s), s.size(), detail::detectedIsa()) +
-      detail::kSlack);
-  const std::size_t written = detail::decodeCp936(
-      bytesOf(s), s.size(), &result[0], detail::detectedIsa());
-  if (written == kFailed) return false;
-  result.resize(written);
-  return true;
+  const detail::Isa isa = detail::detectedIsa();
+  const auto* in = bytesOf(s);
+  return overwrite(result,
+                   detail::cp936DecodeBound(in, s.size(), isa) + detail::kSlack,
+                   [&](wchar_t* out) {
+                     return detail::decodeCp936(in, s.size(), out, isa);
+                   });
 }
 
 bool encodeGbk(const std::wstring& s, std::string& result) {
-  result.resize(
-      detail::cp936EncodeBound(s.data(), s.size(), detail::detectedIsa()) +
-      detail::kSlack);
-  const std::size_t written = detail::encodeCp936(
-      s.data(), s.size(), bytesOf(result), detail::detectedIsa());
-  if (written == kFailed) return false;
-  result.resize(written);
-  return true;
+  const detail::Isa isa = detail::detectedIsa();
+  return overwrite(
+      result,
+      detail::cp936EncodeBound(s.data(), s.size(), isa) + detail::kSlack,
+      [&](char* out) {
+        return detail::encodeCp936(s.data(), s.size(),
+                                   reinterpret_cast<unsigned char*>(out), isa);
+      });
 }
 
 // Every good sequence has exactly one byte outside 0x80-0xBF and yields one
 // element, so the count of those bounds what is written before a failure.
 bool decodeUtf8(const std::string& s, std::wstring& result) {
   if (s.empty()) return true;
-  result.resize(
-      detail::countUtf8Starts(bytesOf(s), s.size(), detail::detectedIsa()) +
-      detail::kSlack);
-  const std::size_t written = detail::decodeUtf8(
-      bytesOf(s), s.size(), &result[0], detail::detectedIsa());
-  if (written == kFailed) return false;
-  result.resize(written);
-  return true;
+  const detail::Isa isa = detail::detectedIsa();
+  const auto* in = bytesOf(s);
+  return overwrite(
+      result, detail::countUtf8Starts(in, s.size(), isa) + detail::kSlack,
+      [&](wchar_t* out) { return detail::decodeUtf8(in, s.size(), out, isa); });
 }
 
 bool encodeUtf8(const std::wstring& s, std::string& result) {
@@ -62,10 +73,11 @@ bool encodeUtf8(const std::wstring& s, std::string& result) {
   const detail::Isa isa = detail::detectedIsa();
   const std::size_t length = detail::utf8Length(s.data(), s.size(), isa);
   if (length == kFailed) return false;
-  result.resize(length + detail::kSlack);
-  detail::encodeUtf8(s.data(), s.size(), bytesOf(result), isa);
-  result.resize(length);
-  return true;
+  return overwrite(result, length + detail::kSlack, [&](char* out) {
+    detail::encodeUtf8(s.data(), s.size(),
+                       reinterpret_cast<unsigned char*>(out), isa);
+    return length;
+  });
 }
 
 // The exported functions are total: any failure, bad_alloc included, is the

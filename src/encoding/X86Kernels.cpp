@@ -220,8 +220,8 @@ __attribute__((target("avx512f,avx512bw,popcnt"))) std::size_t decode16Avx512(
           in + p + 16 * k,                                                     \
           static_cast<std::uint32_t>(ends >> 16 * k & 0xFFFF), out + written); \
   }                                                                            \
-  /* A sequence that the last block left open must go on here. */              \
-  if (carry != 0 && (in[p] & 0xC0) != 0x80) return {p, written, true};         \
+  /* The plain loop takes up a sequence left open by the last block, */        \
+  /* and fails the call if it is broken.                              */       \
   return { sequenceStart(in, p, carry), written, false }
 
 DecodeProgress decodeSse2(const unsigned char* in, std::size_t size,

@@ -106,7 +106,9 @@ TEST_P(EncodingKernels, Utf8ScanAndDecodeMatchPlainForm) {
     forEachPiece(bytes, [&](const unsigned char* in, std::size_t size) {
       ASSERT_EQ(scanUtf8(in, size, GetParam()),
                 scanUtf8(in, size, Isa::scalar));
-      const std::size_t room = countUtf8Starts(in, size, Isa::scalar) + kSlack;
+      const std::size_t starts = countUtf8Starts(in, size, Isa::scalar);
+      ASSERT_EQ(countUtf8Starts(in, size, GetParam()), starts);
+      const std::size_t room = starts + kSlack;
       std::vector<wchar_t> expected(room), actual(room);
       const std::size_t count =
           decodeUtf8(in, size, expected.data(), Isa::scalar);
@@ -145,8 +147,9 @@ TEST_P(EncodingKernels, Cp936MatchesPlainForm) {
     std::mt19937 rng(kSeed + trial);
     const std::vector<wchar_t> units = randomWide(rng, trial % 3);
     forEachPiece(units, [&](const wchar_t* in, std::size_t size) {
-      std::vector<unsigned char> expected(
-          cp936EncodeBound(in, size, Isa::scalar)),
+      const std::size_t bound = cp936EncodeBound(in, size, Isa::scalar);
+      ASSERT_EQ(cp936EncodeBound(in, size, GetParam()), bound);
+      std::vector<unsigned char> expected(bound + kSlack),
           actual(expected.size());
       const std::size_t count =
           encodeCp936(in, size, expected.data(), Isa::scalar);
@@ -166,9 +169,9 @@ TEST_P(EncodingKernels, Cp936MatchesPlainForm) {
     if (trial % 3 == 2)
       gbk[rng() % gbk.size()] = static_cast<unsigned char>(rng());
     forEachPiece(gbk, [&](const unsigned char* in, std::size_t size) {
-      std::vector<wchar_t> expected(cp936DecodeBound(in, size, Isa::scalar) +
-                                    kSlack),
-          actual(expected.size());
+      const std::size_t bound = cp936DecodeBound(in, size, Isa::scalar);
+      ASSERT_EQ(cp936DecodeBound(in, size, GetParam()), bound);
+      std::vector<wchar_t> expected(bound + kSlack), actual(expected.size());
       const std::size_t count =
           decodeCp936(in, size, expected.data(), Isa::scalar);
       ASSERT_EQ(decodeCp936(in, size, actual.data(), GetParam()), count);
@@ -176,6 +179,29 @@ TEST_P(EncodingKernels, Cp936MatchesPlainForm) {
       ASSERT_TRUE(std::equal(expected.begin(), expected.begin() + count,
                              actual.begin()));
     });
+  }
+}
+
+// A trail byte below 0x40 at every place, the input ending at every place
+// behind it: a lead byte that ends a vector block is looked up with the byte
+// behind the block, which must then still be checked.
+TEST_P(EncodingKernels, Cp936BadTrailFailsAnywhere) {
+  std::vector<unsigned char> gbk;
+  while (gbk.size() < kMaxLength) {
+    const unsigned char pair[] = {0xB0, 0xA1};  // a GB2312 ideograph
+    gbk.insert(gbk.end(), pair, pair + 2);
+    if (gbk.size() % 14 == 0) gbk.push_back('a');
+  }
+  for (std::size_t bad = 1; bad < gbk.size(); ++bad) {
+    if (gbk[bad - 1] != 0xB0) continue;
+    std::vector<unsigned char> broken = gbk;
+    broken[bad] = 0x30;
+    for (std::size_t size = bad + 1; size <= broken.size(); ++size) {
+      std::vector<wchar_t> out(size + kSlack);
+      ASSERT_EQ(decodeCp936(broken.data(), size, out.data(), GetParam()),
+                kFailed)
+          << bad << ' ' << size;
+    }
   }
 }
 

@@ -334,6 +334,42 @@ __attribute__((target("avx2"))) std::size_t encodeAvx2(const wchar_t* in,
   return i;
 }
 
+// ASCII 64 elements at a time; any other stretch of 64 goes to the AVX2
+// form.
+__attribute__((target("avx512f,avx512bw"))) std::size_t encodeAvx512(
+    const wchar_t* in, std::size_t size, unsigned char* out,
+    std::size_t& written) {
+  std::size_t i = 0, added = 0;
+  unsigned char* const start = out;
+  while (size - i >= 64) {
+    const __m512i a = _mm512_loadu_si512(in + i),
+                  b = _mm512_loadu_si512(in + i + 16),
+                  c = _mm512_loadu_si512(in + i + 32),
+                  d = _mm512_loadu_si512(in + i + 48);
+    const __m512i any =
+        _mm512_or_si512(_mm512_or_si512(a, b), _mm512_or_si512(c, d));
+    if (_mm512_test_epi32_mask(any, _mm512_set1_epi32(~0x7F)) != 0) {
+      const std::size_t done = encodeAvx2(in + i, 64, out, added);
+      i += done;
+      out += added;
+      if (done < 64) break;  // a 4-byte form: the plain loop's
+      continue;
+    }
+    const __m512i parts[] = {a, b, c, d};
+    for (int k = 0; k < 4; ++k)
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 16 * k),
+                       _mm512_maskz_cvtepi32_epi8(kAll16, parts[k]));
+    out += 64;
+    i += 64;
+  }
+  if (size - i < 64) {
+    i += encodeAvx2(in + i, size - i, out, added);
+    out += added;
+  }
+  written = static_cast<std::size_t>(out - start);
+  return i;
+}
+
 // 16 elements below 0x80 to bytes, or false.
 bool narrow16Sse2(const wchar_t* in, unsigned char* out) {
   const auto* from = reinterpret_cast<const __m128i*>(in);
@@ -641,8 +677,9 @@ std::size_t utf8LengthX86(const wchar_t* in, std::size_t size, Isa isa,
 
 std::size_t encodeUtf8X86(const wchar_t* in, std::size_t size,
                           unsigned char* out, Isa isa, std::size_t& written) {
-  if (isa == Isa::sse2) return encodeSse2(in, size, out, written);
-  return encodeAvx2(in, size, out, written);
+  if (isa == Isa::avx512) return encodeAvx512(in, size, out, written);
+  if (isa == Isa::avx2) return encodeAvx2(in, size, out, written);
+  return encodeSse2(in, size, out, written);
 }
 
 std::size_t countBytesInX86(const unsigned char* in, std::size_t size,

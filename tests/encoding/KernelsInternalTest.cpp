@@ -57,6 +57,11 @@ std::vector<wchar_t> randomWide(std::mt19937& rng, unsigned kind) {
   while (units.size() < kMaxLength + 8) {
     const unsigned pick = rng() % 100;
     std::uint32_t u;
+    if (kind == 0 && pick < 50) {  // runs that fill vector blocks
+      units.insert(units.end(), 1 + rng() % 80,
+                   static_cast<wchar_t>('a' + rng() % 26));
+      continue;
+    }
     if (pick < (kind == 0 ? 90u : 40u))
       u = 0x20 + rng() % 0x5F;
     else if (pick < 60)

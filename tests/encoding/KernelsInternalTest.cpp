@@ -166,10 +166,12 @@ TEST_P(EncodingKernels, Cp936MatchesPlainForm) {
     // GBK of the units that have a form, with ASCII runs, a byte broken now
     // and then.
     std::vector<unsigned char> gbk;
-    for (const wchar_t unit : units) {
+    for (std::size_t i = 0; gbk.size() < kMaxLength + 8; ++i) {
       unsigned char code[2];
+      const wchar_t unit = units[i % units.size()];
       const std::size_t length = encodeCp936(&unit, 1, code, Isa::scalar);
       if (length != kFailed) gbk.insert(gbk.end(), code, code + length);
+      if (i % 3 == 0) gbk.insert(gbk.end(), {0xB0, 0xA1});  // an ideograph
     }
     if (trial % 3 == 2)
       gbk[rng() % gbk.size()] = static_cast<unsigned char>(rng());

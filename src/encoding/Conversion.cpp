@@ -17,6 +17,12 @@ const unsigned char* bytesOf(const std::string& s) {
   return reinterpret_cast<const unsigned char*>(s.data());
 }
 
+#if defined(__cpp_lib_string_resize_and_overwrite)
+constexpr bool kSizingIsFree = true;
+#else
+constexpr bool kSizingIsFree = false;  // resize() zeroes what it adds
+#endif
+
 // Sizes `result` to `bound` elements, lets `fill` write them and trims it to
 // the count that `fill` returns. Where the standard library can, the
 // elements are not zeroed first: a result is written once, not twice.
@@ -68,15 +74,27 @@ bool decodeUtf8(const std::string& s, std::wstring& result) {
       [&](wchar_t* out) { return detail::decodeUtf8(in, s.size(), out, isa); });
 }
 
+// In one pass where sizing costs nothing and no element needs 4 bytes (none
+// does with 16-bit units): room for 3 bytes each, and the room that the text
+// did not take is given back when it is the larger part. Otherwise the exact
+// length first.
 bool encodeUtf8(const std::wstring& s, std::string& result) {
   if (s.empty()) return true;
   const detail::Isa isa = detail::detectedIsa();
-  const std::size_t length = detail::utf8Length(s.data(), s.size(), isa);
+  auto* const in = s.data();
+  if (kSizingIsFree &&
+      overwrite(result, 3 * s.size() + detail::kSlack, [&](char* out) {
+        return detail::encodeUtf8(
+            in, s.size(), reinterpret_cast<unsigned char*>(out), true, isa);
+      })) {
+    if (result.capacity() / 2 > result.size()) result.shrink_to_fit();
+    return true;
+  }
+  const std::size_t length = detail::utf8Length(in, s.size(), isa);
   if (length == kFailed) return false;
   return overwrite(result, length + detail::kSlack, [&](char* out) {
-    detail::encodeUtf8(s.data(), s.size(),
-                       reinterpret_cast<unsigned char*>(out), isa);
-    return length;
+    return detail::encodeUtf8(
+        in, s.size(), reinterpret_cast<unsigned char*>(out), false, isa);
   });
 }
 

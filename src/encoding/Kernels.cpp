@@ -164,8 +164,9 @@ std::size_t utf8Length(const wchar_t* in, std::size_t size, Isa isa) {
   return tooLarge != 0 ? kFailed : length;
 }
 
-void encodeUtf8(const wchar_t* in, std::size_t size, unsigned char* out,
-                Isa isa) {
+std::size_t encodeUtf8(const wchar_t* in, std::size_t size, unsigned char* out,
+                       bool bmpOnly, Isa isa) {
+  unsigned char* const start = out;
   std::size_t i = 0;
   while (i < size) {
     std::size_t stop = size;
@@ -175,9 +176,13 @@ void encodeUtf8(const wchar_t* in, std::size_t size, unsigned char* out,
       out += written;
       stop = std::min(size, i + kPlainStretch);
     }
-    for (; i < stop; ++i)
-      out = encodeOneUtf8(static_cast<std::uint32_t>(in[i]), out);
+    for (; i < stop; ++i) {
+      const auto u = static_cast<std::uint32_t>(in[i]);
+      if (bmpOnly && u > 0xFFFF) return kFailed;
+      out = encodeOneUtf8(u, out);
+    }
   }
+  return static_cast<std::size_t>(out - start);
 }
 
 // Each two-byte code has its lead byte in 0x81-0xFE and at most one more byte

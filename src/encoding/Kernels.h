@@ -45,10 +45,13 @@ std::size_t countUtf8Starts(const unsigned char* in, std::size_t size, Isa isa);
 /// 0x10FFFF or below 0.
 std::size_t utf8Length(const wchar_t* in, std::size_t size, Isa isa);
 
-/// Encodes elements that utf8Length accepted; `out` has room for their length
-/// plus kSlack.
-void encodeUtf8(const wchar_t* in, std::size_t size, unsigned char* out,
-                Isa isa);
+/// Encodes elements to UTF-8 and returns the count of bytes. With `bmpOnly`,
+/// `out` has room for 3 bytes per element plus kSlack, and the result is
+/// kFailed at the first element above 0xFFFF; otherwise the elements are
+/// ones that utf8Length accepted and `out` has room for their length plus
+/// kSlack.
+std::size_t encodeUtf8(const wchar_t* in, std::size_t size, unsigned char* out,
+                       bool bmpOnly, Isa isa);
 
 /// GBK bytes to elements; `out` has room for cp936DecodeBound(in, size) +
 /// kSlack. The count written, or kFailed.

@@ -132,13 +132,23 @@ TEST_P(EncodingKernels, Utf8EncodeMatchesPlainForm) {
     std::mt19937 rng(kSeed + trial);
     const std::vector<wchar_t> units = randomWide(rng, trial % 3);
     forEachPiece(units, [&](const wchar_t* in, std::size_t size) {
-      const std::size_t length = utf8Length(in, size, Isa::scalar);
+      // The one-pass form, which stops at the first element above 0xFFFF.
+      std::vector<unsigned char> expected(3 * size + kSlack),
+          actual(expected.size());
+      std::size_t length =
+          encodeUtf8(in, size, expected.data(), true, Isa::scalar);
+      ASSERT_EQ(encodeUtf8(in, size, actual.data(), true, GetParam()), length);
+      ASSERT_TRUE(length == kFailed ||
+                  std::equal(expected.begin(), expected.begin() + length,
+                             actual.begin()));
+      length = utf8Length(in, size, Isa::scalar);
       ASSERT_EQ(utf8Length(in, size, GetParam()), length);
       if (length == kFailed) return;
-      std::vector<unsigned char> expected(length + kSlack),
-          actual(length + kSlack);
-      encodeUtf8(in, size, expected.data(), Isa::scalar);
-      encodeUtf8(in, size, actual.data(), GetParam());
+      expected.assign(length + kSlack, 0);
+      actual.assign(length + kSlack, 0);
+      ASSERT_EQ(encodeUtf8(in, size, expected.data(), false, Isa::scalar),
+                length);
+      ASSERT_EQ(encodeUtf8(in, size, actual.data(), false, GetParam()), length);
       ASSERT_TRUE(std::equal(expected.begin(), expected.begin() + length,
                              actual.begin()));
     });

@@ -89,6 +89,50 @@ unsigned char* encodeOneUtf8(std::uint32_t u, unsigned char* out) {
   return out;
 }
 
+// One character from in[p]; false when it is none of the code page.
+bool decodeOneCp936(const unsigned char* in, std::size_t size, std::size_t& p,
+                    wchar_t& element) {
+  const unsigned lead = in[p];
+  const unsigned single = lead < 0x80 ? lead : kCp936ByteUnits[lead - 0x80];
+  if (single != 0 || lead == 0) {
+    element = static_cast<wchar_t>(single);
+    ++p;
+    return true;
+  }
+  // A lead byte: it needs a trail byte from 0x40.
+  if (size - p < 2) return false;
+  const unsigned column = in[p + 1] - 0x40u;
+  if (column >= 192) return false;
+  const unsigned unit = kCp936PairUnits[(lead - 0x81) * 192 + column];
+  if (unit == 0) return false;
+  element = static_cast<wchar_t>(unit);
+  p += 2;
+  return true;
+}
+
+// Runs a vector form over whole blocks and the plain loop, one character at
+// a time, over the stretch behind where the vector form stopped, in turns.
+template <typename VectorForm, typename PlainStep>
+std::size_t decodeInTurns(const unsigned char* in, std::size_t size,
+                          wchar_t* out, Isa isa, VectorForm vectorForm,
+                          PlainStep plainStep) {
+  std::size_t p = 0, written = 0;
+  while (p < size) {
+    std::size_t stop = size;
+    if (isa != Isa::scalar) {
+      const DecodeProgress progress =
+          vectorForm(in, size, p, out + written, isa);
+      if (progress.failed) return kFailed;
+      p = progress.read;
+      written += progress.written;
+      stop = std::min(size, p + kPlainStretch);
+    }
+    while (p < stop)
+      if (!plainStep(in, size, p, out[written++])) return kFailed;
+  }
+  return written;
+}
+
 }  // namespace
 
 Isa detectedIsa() { return kDetectedIsa; }
@@ -132,21 +176,7 @@ std::size_t countUtf8Starts(const unsigned char* in, std::size_t size,
 
 std::size_t decodeUtf8(const unsigned char* in, std::size_t size, wchar_t* out,
                        Isa isa) {
-  std::size_t p = 0, written = 0;
-  while (p < size) {
-    std::size_t stop = size;
-    if (isa != Isa::scalar) {
-      const DecodeProgress progress =
-          decodeUtf8X86(in, size, p, out + written, isa);
-      if (progress.failed) return kFailed;
-      p = progress.read;
-      written += progress.written;
-      stop = std::min(size, p + kPlainStretch);
-    }
-    while (p < stop)
-      if (!decodeOneUtf8(in, size, p, out[written++])) return kFailed;
-  }
-  return written;
+  return decodeInTurns(in, size, out, isa, decodeUtf8X86, decodeOneUtf8);
 }
 
 std::size_t utf8Length(const wchar_t* in, std::size_t size, Isa isa) {
@@ -211,41 +241,7 @@ std::size_t cp936EncodeBound(const wchar_t* in, std::size_t size, Isa isa) {
 
 std::size_t decodeCp936(const unsigned char* in, std::size_t size, wchar_t* out,
                         Isa isa) {
-  std::size_t p = 0, written = 0;
-  while (p < size) {
-    std::size_t stop = size;
-    if (isa != Isa::scalar) {
-      const DecodeProgress progress =
-          decodeCp936X86(in, size, p, out + written, isa);
-      if (progress.failed) return kFailed;
-      p = progress.read;
-      written += progress.written;
-      stop = std::min(size, p + kPlainStretch);
-    }
-    while (p < stop) {
-      const unsigned lead = in[p];
-      if (lead < 0x80) {
-        out[written++] = static_cast<wchar_t>(lead);
-        ++p;
-        continue;
-      }
-      const unsigned single = kCp936ByteUnits[lead - 0x80];
-      if (single != 0) {
-        out[written++] = static_cast<wchar_t>(single);
-        ++p;
-        continue;
-      }
-      // A lead byte: it needs a trail byte from 0x40.
-      if (size - p < 2) return kFailed;
-      const unsigned column = in[p + 1] - 0x40u;
-      if (column >= 192) return kFailed;
-      const unsigned unit = kCp936PairUnits[(lead - 0x81) * 192 + column];
-      if (unit == 0) return kFailed;
-      out[written++] = static_cast<wchar_t>(unit);
-      p += 2;
-    }
-  }
-  return written;
+  return decodeInTurns(in, size, out, isa, decodeCp936X86, decodeOneCp936);
 }
 
 std::size_t encodeCp936(const wchar_t* in, std::size_t size, unsigned char* out,

@@ -63,15 +63,17 @@ std::size_t decodeCp936(const unsigned char* in, std::size_t size, wchar_t* out,
 std::size_t encodeCp936(const wchar_t* in, std::size_t size, unsigned char* out,
                         Isa isa);
 
+/// Most elements that `size` GBK bytes decode to, good or bad.
 std::size_t cp936DecodeBound(const unsigned char* in, std::size_t size,
                              Isa isa);
+/// Most bytes that encodeCp936 writes for `size` elements, good or bad.
 std::size_t cp936EncodeBound(const wchar_t* in, std::size_t size, Isa isa);
 
 // The x86 forms, defined in X86Kernels.cpp; called only where the CPU runs
 // them. Each returns how far it came (bytes or elements of input), stopping
 // where the plain loop must take over; the plain loop finishes from there.
 struct DecodeProgress {
-  std::size_t read;     // bytes consumed, at a sequence start
+  std::size_t read;     // position in the input reached, a character start
   std::size_t written;  // elements written
   bool failed;
 };

@@ -1,196 +1,101 @@
 #include "TQBase/Encoding.h"
 
-#include "encoding/platform/Cp936.h"
-
-#include <cstdint>
-#include <cstring>
+#include "encoding/Kernels.h"
 
 // The UTF-8 side is written here rather than taken from a standard converter:
 // its rules are deliberately lenient (overlong forms, surrogates and 5/6-byte
 // forms pass, values are cut to 16 bits) and no library converter gives the
-// same results.
+// same results. Each result is sized once, to a bound the kernel cannot pass,
+// and trimmed to what it wrote.
 
 namespace TQBase {
 namespace {
 
-constexpr std::uint64_t kHighBits = 0x8080808080808080ULL;
+using detail::kFailed;
 
-bool isContinuation(unsigned char byte) { return (byte & 0xC0) == 0x80; }
-
-std::uint64_t load64(const unsigned char* bytes) {
-  std::uint64_t word;
-  std::memcpy(&word, bytes, sizeof word);
-  return word;
+const unsigned char* bytesOf(const std::string& s) {
+  return reinterpret_cast<const unsigned char*>(s.data());
 }
 
-// Runs one direction of the platform converter over the whole of `s`.
-// `perElement` bounds the output per input element, so a step that stops
-// short of the end has met a bad or cut-off code.
-template <typename From, typename To>
-bool convertCp936(const std::basic_string<From>& s,
-                  std::basic_string<To>& result, std::size_t perElement,
-                  platform::Cp936Result (platform::Cp936Converter::*step)(
-                      const From*, const From*, const From*&, To*, To*, To*&)) {
-  platform::Cp936Converter converter;
-  if (s.empty()) return true;
-  result.resize(s.size() * perElement);
-  const From* from = s.data();
-  const From* const fromEnd = from + s.size();
-  To* to = &result[0];
-  To* const toEnd = to + result.size();
-  while (from != fromEnd) {
-    const From* fromNext = from;
-    To* toNext = to;
-    const platform::Cp936Result outcome =
-        (converter.*step)(from, fromEnd, fromNext, to, toEnd, toNext);
-    if (outcome == platform::Cp936Result::error || fromNext == from)
-      return false;
-    from = fromNext;
-    to = toNext;
-  }
-  result.resize(static_cast<std::size_t>(to - result.data()));
-  return true;
+#if defined(__cpp_lib_string_resize_and_overwrite)
+constexpr bool kSizingIsFree = true;
+#else
+constexpr bool kSizingIsFree = false;  // resize() zeroes what it adds
+#endif
+
+// Sizes `result` to `bound` elements, lets `fill` write them and trims it to
+// the count that `fill` returns. Where the standard library can, the
+// elements are not zeroed first: a result is written once, not twice.
+template <typename String, typename Fill>
+bool overwrite(String& result, std::size_t bound, Fill fill) {
+#if defined(__cpp_lib_string_resize_and_overwrite)
+  std::size_t written = kFailed;
+  result.resize_and_overwrite(bound, [&](auto* data, std::size_t) {
+    written = fill(data);
+    return written == kFailed ? 0 : written;
+  });
+#else
+  result.resize(bound);
+  const std::size_t written = fill(&result[0]);
+  if (written != kFailed) result.resize(written);
+#endif
+  return written != kFailed;
 }
 
-// No GBK text has more elements than bytes.
 bool decodeGbk(const std::string& s, std::wstring& result) {
-  return convertCp936(s, result, 1, &platform::Cp936Converter::in);
+  const detail::Isa isa = detail::detectedIsa();
+  const auto* in = bytesOf(s);
+  return overwrite(result,
+                   detail::cp936DecodeBound(in, s.size(), isa) + detail::kSlack,
+                   [&](wchar_t* out) {
+                     return detail::decodeCp936(in, s.size(), out, isa);
+                   });
 }
 
-// Two bytes per element always suffice.
 bool encodeGbk(const std::wstring& s, std::string& result) {
-  return convertCp936(s, result, 2, &platform::Cp936Converter::out);
+  const detail::Isa isa = detail::detectedIsa();
+  return overwrite(
+      result,
+      detail::cp936EncodeBound(s.data(), s.size(), isa) + detail::kSlack,
+      [&](char* out) {
+        return detail::encodeCp936(s.data(), s.size(),
+                                   reinterpret_cast<unsigned char*>(out), isa);
+      });
 }
 
-// Every sequence has exactly one byte outside 0x80-0xBF and yields one
-// element, so this counts the elements of valid text and bounds those written
-// before a failure.
-std::size_t countSequenceStarts(const unsigned char* p, std::size_t n) {
-  std::size_t count = 0;
-  for (std::size_t i = 0; i < n; ++i)
-    count += static_cast<signed char>(p[i]) >= -64 ? 1 : 0;
-  return count;
-}
-
+// Every good sequence has exactly one byte outside 0x80-0xBF and yields one
+// element, so the count of those bounds what is written before a failure.
 bool decodeUtf8(const std::string& s, std::wstring& result) {
-  const auto* p = reinterpret_cast<const unsigned char*>(s.data());
-  const unsigned char* const end = p + s.size();
-  result.resize(countSequenceStarts(p, s.size()));
-  wchar_t* out = &result[0];
-  while (p != end) {
-    const unsigned lead = *p;
-    if (lead < 0x80) {
-      // Try a block only from an ASCII byte, so other text pays nothing.
-      if (end - p >= 16 && ((load64(p) | load64(p + 8)) & kHighBits) == 0) {
-        for (int i = 0; i < 16; ++i) out[i] = p[i];
-        p += 16;
-        out += 16;
-        continue;
-      }
-      *out++ = static_cast<wchar_t>(lead);
-      ++p;
-      continue;
-    }
-    // Common forms first, each checked whole.
-    if ((lead & 0xF0) == 0xE0 && end - p >= 3 && isContinuation(p[1]) &&
-        isContinuation(p[2])) {
-      *out++ = static_cast<wchar_t>((lead & 0x0F) << 12 | (p[1] & 0x3Fu) << 6 |
-                                    (p[2] & 0x3Fu));
-      p += 3;
-      continue;
-    }
-    if ((lead & 0xE0) == 0xC0 && end - p >= 2 && isContinuation(p[1])) {
-      *out++ = static_cast<wchar_t>((lead & 0x1F) << 6 | (p[1] & 0x3Fu));
-      p += 2;
-      continue;
-    }
-    int following;
-    std::uint32_t value;
-    if (lead < 0xC0) {
-      return false;  // A continuation byte cannot start a sequence.
-    } else if (lead < 0xE0) {
-      following = 1;
-      value = lead & 0x1F;
-    } else if (lead < 0xF0) {
-      following = 2;
-      value = lead & 0x0F;
-    } else if (lead < 0xF8) {
-      following = 3;
-      value = lead & 0x07;
-    } else if (lead < 0xFC) {
-      following = 4;
-      value = lead & 0x03;
-    } else {
-      following = 5;  // 0xFC-0xFF: 2 + 30 bits fill the 32-bit value.
-      value = lead & 0x03;
-    }
-    if (end - p <= following) return false;
-    for (int i = 1; i <= following; ++i) {
-      if (!isContinuation(p[i])) return false;
-      value = value << 6 | (p[i] & 0x3Fu);
-    }
-    if (value > 0x10FFFF) return false;
-    *out++ = static_cast<wchar_t>(value & 0xFFFF);
-    p += following + 1;
-  }
-  result.resize(static_cast<std::size_t>(out - result.data()));
-  return true;
+  if (s.empty()) return true;
+  const detail::Isa isa = detail::detectedIsa();
+  const auto* in = bytesOf(s);
+  return overwrite(
+      result, detail::countUtf8Starts(in, s.size(), isa) + detail::kSlack,
+      [&](wchar_t* out) { return detail::decodeUtf8(in, s.size(), out, isa); });
 }
 
+// In one pass where sizing costs nothing and no element needs 4 bytes (none
+// does with 16-bit units): room for 3 bytes each, and the room that the text
+// did not take is given back when it is the larger part. Otherwise the exact
+// length first.
 bool encodeUtf8(const std::wstring& s, std::string& result) {
-  // Exact length first, so the result is allocated once and written without
-  // bounds checks; negative elements turn huge and fail with the rest.
-  // Written without branches so that the compiler can vectorise it.
-  std::size_t length = s.size();
-  std::uint32_t tooLarge = 0;
-  for (const wchar_t element : s) {
-    const auto u = static_cast<std::uint32_t>(element);
-    length += static_cast<std::size_t>((u > 0x7F) + (u > 0x7FF) + (u > 0xFFFF));
-    tooLarge |= u > 0x10FFFF;
+  if (s.empty()) return true;
+  const detail::Isa isa = detail::detectedIsa();
+  auto* const in = s.data();
+  if (kSizingIsFree &&
+      overwrite(result, 3 * s.size() + detail::kSlack, [&](char* out) {
+        return detail::encodeUtf8(
+            in, s.size(), reinterpret_cast<unsigned char*>(out), true, isa);
+      })) {
+    if (result.capacity() / 2 > result.size()) result.shrink_to_fit();
+    return true;
   }
-  if (tooLarge != 0) return false;
-  result.resize(length);
-  const wchar_t* in = s.data();
-  const wchar_t* const end = in + s.size();
-  auto* out = reinterpret_cast<unsigned char*>(&result[0]);
-  while (in != end) {
-    const auto u = static_cast<std::uint32_t>(*in);
-    if (u < 0x80) {
-      // Try a block only from an ASCII unit, so other text pays nothing.
-      if (end - in >= 8) {
-        std::uint32_t any = 0;
-        for (int i = 0; i < 8; ++i) any |= static_cast<std::uint32_t>(in[i]);
-        if (any < 0x80) {
-          for (int i = 0; i < 8; ++i)
-            out[i] = static_cast<unsigned char>(in[i]);
-          in += 8;
-          out += 8;
-          continue;
-        }
-      }
-      *out++ = static_cast<unsigned char>(u);
-      ++in;
-      continue;
-    }
-    ++in;
-    if (u < 0x800) {
-      out[0] = static_cast<unsigned char>(0xC0 | u >> 6);
-      out[1] = static_cast<unsigned char>(0x80 | (u & 0x3F));
-      out += 2;
-    } else if (u < 0x10000) {
-      out[0] = static_cast<unsigned char>(0xE0 | u >> 12);
-      out[1] = static_cast<unsigned char>(0x80 | (u >> 6 & 0x3F));
-      out[2] = static_cast<unsigned char>(0x80 | (u & 0x3F));
-      out += 3;
-    } else {
-      out[0] = static_cast<unsigned char>(0xF0 | u >> 18);
-      out[1] = static_cast<unsigned char>(0x80 | (u >> 12 & 0x3F));
-      out[2] = static_cast<unsigned char>(0x80 | (u >> 6 & 0x3F));
-      out[3] = static_cast<unsigned char>(0x80 | (u & 0x3F));
-      out += 4;
-    }
-  }
-  return true;
+  const std::size_t length = detail::utf8Length(in, s.size(), isa);
+  if (length == kFailed) return false;
+  return overwrite(result, length + detail::kSlack, [&](char* out) {
+    return detail::encodeUtf8(
+        in, s.size(), reinterpret_cast<unsigned char*>(out), false, isa);
+  });
 }
 
 // The exported functions are total: any failure, bad_alloc included, is the
@@ -227,16 +132,16 @@ std::string UnicodeToUTF8(const std::wstring& s) {
 std::string GBKToUtf8(const std::string& s) {
   try {
     return UnicodeToUTF8(GBKToUnicode(s));
-  } catch (...) {
-    return std::string();
+  } catch (...) {          // GCOVR_EXCL_LINE: both steps are total,
+    return std::string();  // GCOVR_EXCL_LINE  so only a moved string passes
   }
 }
 
 std::string Utf8ToGBK(const std::string& s) {
   try {
     return UnicodeToGBK(UTF8ToUnicode(s));
-  } catch (...) {
-    return std::string();
+  } catch (...) {          // GCOVR_EXCL_LINE: both steps are total,
+    return std::string();  // GCOVR_EXCL_LINE  so only a moved string passes
   }
 }
 

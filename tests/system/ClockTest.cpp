@@ -50,6 +50,4 @@ TEST(SystemClock, ThreadIdIsKernelIdAndStable) {
   EXPECT_EQ(distinct.size(), ids.size() + 1);
 }
 
-TEST(SystemClock, SleepZeroReturns) { mSleep(0); }
-
 }  // namespace

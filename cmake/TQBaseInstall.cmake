@@ -2,12 +2,14 @@ include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
 # The header file set carries the public headers and the generated
-# TQBaseExport.h, and puts the include directory into the exported target.
+# TQBaseExport.h. The exported target names the include directory as well,
+# for consumers whose CMake predates file sets (3.23).
 install(TARGETS TQBase EXPORT TQBaseTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
-  FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+  FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+  INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 
 set(TQBASE_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/TQBase)
 install(EXPORT TQBaseTargets NAMESPACE TQBase:: DESTINATION ${TQBASE_CMAKE_DIR})

@@ -12,7 +12,28 @@
 
 #include "frame/ReloadProbe.h"
 
+#if defined(__SANITIZE_ADDRESS__)
+#define TQBASE_LEAK_CHECKED 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define TQBASE_LEAK_CHECKED 1
+#endif
+#endif
+#ifdef TQBASE_LEAK_CHECKED
+#include <sanitizer/lsan_interface.h>
+#endif
+
 namespace {
+
+// Every load makes an empty holder that is never freed, by design; once its
+// library is unmapped nothing points at it, so LeakSanitizer is told to
+// leave what the load makes alone.
+void* loadProbe() {
+#ifdef TQBASE_LEAK_CHECKED
+  __lsan::ScopedDisabler loadTimeState;
+#endif
+  return dlopen(TQBASE_RELOAD_PROBE, RTLD_NOW | RTLD_LOCAL);
+}
 
 bool libraryMapped() {
   std::ifstream maps("/proc/self/maps");
@@ -33,7 +54,7 @@ TEST(LoadState, EveryLoadRunsTheLoadTimeSteps) {
   for (int load = 1; load <= 3; ++load) {
     SCOPED_TRACE(load);
     ASSERT_FALSE(libraryMapped());
-    void* probe = dlopen(TQBASE_RELOAD_PROBE, RTLD_NOW | RTLD_LOCAL);
+    void* probe = loadProbe();
     ASSERT_NE(probe, nullptr) << dlerror();
     void* library = dlopen(TQBASE_SONAME, RTLD_NOW | RTLD_NOLOAD);
     ASSERT_NE(library, nullptr) << dlerror();

@@ -1,15 +1,15 @@
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
+# The header file set carries the public headers and the generated
+# TQBaseExport.h. The exported target names the include directory as well,
+# for consumers whose CMake predates file sets (3.23).
 install(TARGETS TQBase EXPORT TQBaseTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
+  FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
   INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/TQBase
-  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(FILES ${TQBASE_EXPORT_HEADER}
-  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/TQBase)
 
 set(TQBASE_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/TQBase)
 install(EXPORT TQBaseTargets NAMESPACE TQBase:: DESTINATION ${TQBASE_CMAKE_DIR})

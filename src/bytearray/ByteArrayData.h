@@ -5,6 +5,8 @@
 
 #include <memory>
 
+#include "frame/LoadState.h"  // sharedNull, emptyBuffer
+
 namespace TQBase {
 
 // The record. 4-byte packing puts `data` right behind `ownsBuffer`, keeping
@@ -43,10 +45,6 @@ namespace detail {
 // Largest capacity an array may ask for: its buffer, 0x7FFFF000 bytes, is
 // the largest that an int-sized allocation ladder reaches.
 constexpr int kMaxWantedCapacity = 0x7FFFEFFF;
-
-// The process-wide empty holder and its zero byte (made at load time).
-extern TQByteArrayRef* sharedNull;
-extern const char emptyBuffer[1];
 
 // Allocation size for a wanted capacity of at least 1, terminator included:
 // the next power of two strictly above w + 1 up to 4096, then w + 1 rounded

@@ -1,4 +1,4 @@
-// MD5: RFC 1321 vectors, and OpenSSL's EVP digest as an independent oracle.
+// MD5 against OpenSSL's EVP digest as an independent oracle.
 #include "TQBase/TQMD5.h"
 
 #include <gtest/gtest.h>
@@ -19,24 +19,6 @@ std::string oracleMd5(const std::string& data) {
   unsigned char out[EVP_MAX_MD_SIZE];
   EVP_Digest(data.data(), data.size(), out, nullptr, EVP_md5(), nullptr);
   return TQMD5::translate(out);
-}
-
-// The suite's 62- and 80-byte rows are left to the oracle's every length.
-TEST(Md5Digest, MatchesRfc1321TestSuite) {
-  const char* rows[][2] = {
-      {"", "d41d8cd98f00b204e9800998ecf8427e"},
-      {"a", "0cc175b9c0f1b6a831c399e269772661"},
-      {"abc", "900150983cd24fb0d6963f7d28e17f72"},
-      {"message digest", "f96b697d7cb7938d525a2f31aaf161d0"},
-      {"abcdefghijklmnopqrstuvwxyz", "c3fcd3d76192e4007dfb496cca67e13b"}};
-  for (const auto& row : rows) EXPECT_EQ(TQMD5::get_md5(row[0]), row[1]);
-  EXPECT_EQ(TQMD5(nullptr, 0).get_digest(), TQMD5::get_md5(""));
-  unsigned char abc[] = "abc";
-  TQMD5 md5(abc, 3), copy;
-  copy = md5;      // the finished flag travels too
-  md5.finalize();  // digests the padded message once more
-  EXPECT_EQ(md5.get_digest(), "2ef3c917c1c6afe91d4cc66d8733c403");
-  EXPECT_EQ(copy.get_digest(), "900150983cd24fb0d6963f7d28e17f72");
 }
 
 // A memory stream that keeps the unread data and counts its closes.

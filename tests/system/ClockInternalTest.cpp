@@ -11,10 +11,12 @@ using namespace TQBase::detail;
 
 TEST(ClockArithmetic, WallTicksTruncateTowardZero) {
   const std::pair<long long, long long> rows[] = {
-      {0, 0}, {9'999, 0}, {10'000, 1}, {-9'999, 0}, {-10'001, -1},
-      {16'000'000'000'000'000LL, 1'600'000'000'000LL},
+      {0, 0},        {9'999, 0},
+      {10'000, 1},   {-9'999, 0},
+      {-10'001, -1}, {16'000'000'000'000'000LL, 1'600'000'000'000LL},
   };
-  for (const auto& [ticks, ms] : rows) EXPECT_EQ(wallTicksToMilliseconds(ticks), ms) << ticks;
+  for (const auto& [ticks, ms] : rows)
+    EXPECT_EQ(wallTicksToMilliseconds(ticks), ms) << ticks;
 }
 
 TEST(ClockArithmetic, CounterScalesAfterMultiplying) {
@@ -26,7 +28,8 @@ TEST(ClockArithmetic, CounterScalesAfterMultiplying) {
   // Dividing first would lose the fraction: 1999 * 1000 / 3 = 666333.
   EXPECT_EQ(counterToMilliseconds(1'999, 3), 666'333);
   // Past (2^63 - 1) / 1000 the product still comes out exact.
-  EXPECT_EQ(counterToMilliseconds(LLONG_MAX, 3'000'000'000LL), LLONG_MAX / 3'000'000);
+  EXPECT_EQ(counterToMilliseconds(LLONG_MAX, 3'000'000'000LL),
+            LLONG_MAX / 3'000'000);
 }
 
 long long fakeCount;

@@ -1,0 +1,16 @@
+#ifndef TQBASE_TESTS_FRAME_RELOADPROBE_H_
+#define TQBASE_TESTS_FRAME_RELOADPROBE_H_
+
+// What the reload probe, a module linked against the library, reports about
+// the library that was loaded with it.
+struct ReloadProbeFacts {
+  const char* emptyData;  // constData() of a default-constructed array
+  int emptySize;
+  bool copySharesEmpty;  // a copy of an empty array reads the same byte
+  bool filledReads;      // an array written through getData reads back
+  long long tickCount;   // GetTickCount_64()
+};
+
+extern "C" void tqbaseReloadProbe(ReloadProbeFacts* facts);
+
+#endif  // TQBASE_TESTS_FRAME_RELOADPROBE_H_

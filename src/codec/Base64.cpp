@@ -5,13 +5,14 @@
 #include <cstring>
 #include <stdexcept>
 
+#include "frame/ByteTables.h"
+
 namespace TQBase {
 
 TQBase64& TQBase64::operator=(const TQBase64&) { return *this; }
 namespace {
 
-constexpr char kBase64Alphabet[] =
-    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+using detail::kBase64Alphabet;
 
 constexpr unsigned char kPadMark = 0xFE;
 constexpr unsigned char kInvalidMark = 0xFF;
@@ -48,18 +49,7 @@ constexpr std::array<std::uint32_t, 256> kDecodePlace2 = makeShiftedTable(6);
 constexpr std::array<std::uint32_t, 256> kDecodePlace3 = makeShiftedTable(0);
 
 // Fast encoding: the two characters of every 12-bit value.
-struct CharPair {
-  char chars[2];
-};
-constexpr std::array<CharPair, 4096> makePairTable() {
-  std::array<CharPair, 4096> table{};
-  for (int v = 0; v < 4096; ++v) {
-    table[v].chars[0] = kBase64Alphabet[v >> 6];
-    table[v].chars[1] = kBase64Alphabet[v & 63];
-  }
-  return table;
-}
-constexpr std::array<CharPair, 4096> kEncodePairs = makePairTable();
+constexpr const auto& kEncodePairs = detail::kBase64Pairs;
 
 // The longest input whose text length fits an int.
 constexpr int kMaxEncodeSrcLen = 1610612733;

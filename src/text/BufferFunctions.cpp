@@ -3,6 +3,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "frame/ByteTables.h"
+
 namespace TQBase {
 namespace {
 
@@ -18,10 +20,9 @@ int hexDigitValue(char ch) {
 }  // namespace
 
 int BufToHex(const unsigned char* buf, unsigned int len, char* out) {
-  static constexpr char kDigits[] = "0123456789ABCDEF";
   for (unsigned int i = 0; i < len; ++i) {
-    out[2 * static_cast<std::size_t>(i)] = kDigits[buf[i] >> 4];
-    out[2 * static_cast<std::size_t>(i) + 1] = kDigits[buf[i] & 15];
+    std::memcpy(out + 2 * static_cast<std::size_t>(i),
+                &detail::kHexPairsUpper[2 * buf[i]], 2);
   }
   return static_cast<int>(2u * len);
 }

@@ -47,9 +47,49 @@ NumberFailure convert(const char* text, T& value, Convert routine) noexcept {
   return NumberFailure::none;
 }
 
+// Decimal text read the way strtoll reads it, without the call: ASCII
+// whitespace, an optional sign, then digits up to the first other byte.
+// `maxMagnitude` is the largest positive value; one more is allowed after a
+// minus. A byte from 0x80 up where whitespace may still stand could be a
+// space in the process's locale, so such texts go to the routine itself.
+// Returns false for those.
+bool parseDecimalDirect(const char* text, unsigned long long maxMagnitude,
+                        long long& value, NumberFailure& failure) noexcept {
+  const auto* p = reinterpret_cast<const unsigned char*>(text);
+  while (*p == ' ' || (*p >= '\t' && *p <= '\r')) ++p;
+  if (*p >= 0x80) return false;
+  const bool negative = *p == '-';
+  if (*p == '-' || *p == '+') ++p;
+  value = 0;
+  errno = 0;
+  if (static_cast<unsigned>(*p - '0') > 9) {
+    failure = NumberFailure::noNumber;
+    return true;
+  }
+  const unsigned long long limit = maxMagnitude + (negative ? 1 : 0);
+  unsigned long long magnitude = 0;
+  for (unsigned digit = static_cast<unsigned>(*p - '0'); digit <= 9;
+       digit = static_cast<unsigned>(*++p - '0')) {
+    // Past the limit the rest of the digits change nothing.
+    if (magnitude > (limit - digit) / 10) {
+      errno = ERANGE;
+      failure = NumberFailure::outOfRange;
+      return true;
+    }
+    magnitude = magnitude * 10 + digit;
+  }
+  value = negative ? static_cast<long long>(0 - magnitude)
+                   : static_cast<long long>(magnitude);
+  failure = NumberFailure::none;
+  return true;
+}
+
 }  // namespace
 
 NumberFailure parseInt64(const char* text, long long& value) noexcept {
+  NumberFailure failure = NumberFailure::none;
+  if (parseDecimalDirect(text, 9223372036854775807ULL, value, failure))
+    return failure;
   return convert(text, value, [](const char* t, char** end) {
     return std::strtoll(t, end, 10);
   });
@@ -58,7 +98,15 @@ NumberFailure parseInt64(const char* text, long long& value) noexcept {
 NumberFailure parseInt32(const char* text, int& value) noexcept {
   value = 0;
   long long wide = 0;
-  const NumberFailure failure = parseInt64(text, wide);
+  NumberFailure failure = NumberFailure::none;
+  if (parseDecimalDirect(text, static_cast<unsigned long long>(kInt32Max), wide,
+                         failure)) {
+    value = static_cast<int>(wide);
+    return failure;
+  }
+  failure = convert(text, wide, [](const char* t, char** end) {
+    return std::strtoll(t, end, 10);
+  });
   if (failure != NumberFailure::none) {
     return failure;
   }
@@ -125,22 +173,6 @@ NumberFailure parseFloat(const char* text, float& value) noexcept {
     value = static_cast<float>(wide);
   }
   return NumberFailure::none;
-}
-
-const char* numberFailureText(NumberForm form, NumberFailure failure) noexcept {
-  static const char* const kTexts[][2] = {
-      {"invalid stod argument", "stod argument out of range"},
-      {"invalid stof argument", "stof argument out of range"},
-      {"invalid stoi argument", "stoi argument out of range"},
-      {"invalid stol argument", "stol argument out of range"},
-      {"invalid stoll argument", "stoll argument out of range"},
-      {"invalid stoul argument", "stoul argument out of range"},
-  };
-  if (failure == NumberFailure::none) {
-    return nullptr;
-  }
-  return kTexts[static_cast<int>(form)]
-               [failure == NumberFailure::noNumber ? 0 : 1];
 }
 
 }  // namespace detail

@@ -7,20 +7,23 @@
 namespace TQBase {
 namespace {
 
-// Splits the NUL-terminated `text` at `sep`. The text behind the last
-// separator always makes a token. A NUL `sep` would be "found" at the
-// terminator and send the cursor past the end, so it is never looked for:
-// the whole text is then one token.
-int splitAtChar(std::list<std::string>& out, const char* text, char sep,
-                bool keepEmpty) {
+// Splits the `length` bytes at `text` (the text up to its first NUL) at
+// `sep`. The text behind the last separator always makes a token. A NUL
+// `sep` would be "found" at the terminator and send the cursor past the end,
+// so it is never looked for: the whole text is then one token. Each token is
+// built once, straight from its run.
+int splitAtChar(std::list<std::string>& out, const char* text,
+                std::size_t length, char sep, bool keepEmpty) {
   const char* cursor = text;
+  const char* const end = text + length;
   for (;;) {
-    const char* hit = sep != '\0' ? std::strchr(cursor, sep) : nullptr;
-    const std::size_t length = hit != nullptr
-                                   ? static_cast<std::size_t>(hit - cursor)
-                                   : std::strlen(cursor);
-    if (length != 0 || keepEmpty) {
-      out.emplace_back(cursor, length);
+    const auto* hit = sep != '\0' ? static_cast<const char*>(std::memchr(
+                                        cursor, static_cast<unsigned char>(sep),
+                                        static_cast<std::size_t>(end - cursor)))
+                                  : nullptr;
+    const char* tokenEnd = hit != nullptr ? hit : end;
+    if (tokenEnd != cursor || keepEmpty) {
+      out.emplace_back(cursor, tokenEnd);
     }
     if (hit == nullptr) {
       break;
@@ -35,7 +38,8 @@ int splitAtChar(std::list<std::string>& out, const char* text, char sep,
 int SplitString(std::list<std::string>& out, const std::string& str, char sep,
                 bool keepEmpty) {
   out.clear();
-  return splitAtChar(out, str.c_str(), sep, keepEmpty);
+  return splitAtChar(out, str.c_str(), std::strlen(str.c_str()), sep,
+                     keepEmpty);
 }
 
 int stdstring::SplitString(std::list<std::string>& out, const std::string& str,
@@ -49,7 +53,7 @@ int stdstring::SplitString(std::list<std::string>& out, const char* str,
   if (str == nullptr || *str == '\0') {
     return 0;
   }
-  return splitAtChar(out, str, sep, keepEmpty);
+  return splitAtChar(out, str, std::strlen(str), sep, keepEmpty);
 }
 
 int stdstring::SplitStringRgx(std::list<std::string>& out,

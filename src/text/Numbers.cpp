@@ -60,23 +60,22 @@ bool parseDecimalDirect(const char* text, unsigned long long maxMagnitude,
   if (*p >= 0x80) return false;
   const bool negative = *p == '-';
   if (*p == '-' || *p == '+') ++p;
+  int& error = errno;
+  error = 0;
   value = 0;
-  errno = 0;
-  if (static_cast<unsigned>(*p - '0') > 9) {
-    failure = NumberFailure::noNumber;
-    return true;
-  }
-  const unsigned long long limit = maxMagnitude + (negative ? 1 : 0);
+  failure = NumberFailure::noNumber;
+  if (static_cast<unsigned>(*p - '0') > 9) return true;
+  while (*p == '0') ++p;  // leading zeros add no digit that counts
+  // Up to 19 digits cannot overflow 64 unsigned bits; more are out of range.
   unsigned long long magnitude = 0;
-  for (unsigned digit = static_cast<unsigned>(*p - '0'); digit <= 9;
-       digit = static_cast<unsigned>(*++p - '0')) {
-    // Past the limit the rest of the digits change nothing.
-    if (magnitude > (limit - digit) / 10) {
-      errno = ERANGE;
-      failure = NumberFailure::outOfRange;
-      return true;
-    }
+  const unsigned char* const first = p;
+  for (unsigned digit; (digit = static_cast<unsigned>(*p - '0')) <= 9; ++p) {
     magnitude = magnitude * 10 + digit;
+  }
+  if (p - first > 19 || magnitude > maxMagnitude + (negative ? 1 : 0)) {
+    error = ERANGE;
+    failure = NumberFailure::outOfRange;
+    return true;
   }
   value = negative ? static_cast<long long>(0 - magnitude)
                    : static_cast<long long>(magnitude);

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "bytearray/TextFormsInternal.h"
+#include "codec/Base64Blocks.h"
 #include "support/ByteArrayChecks.h"
 
 namespace {
@@ -187,6 +188,51 @@ TEST(TextFormsKernels, Base64DecodersMatchTheModel) {
       ASSERT_EQ(std::string(out.begin(), out.begin() + plainStored), expected);
     }
   });
+}
+
+// Every kernel this processor runs, the plain "none" included: whole groups
+// only, clean characters only, and nothing written behind what it keeps.
+TEST(TextFormsKernels, Base64BlocksAtEveryLevel) {
+  std::vector<Base64Simd> levels = {Base64Simd::none};
+#if defined(__x86_64__)
+  if (__builtin_cpu_supports("ssse3")) levels.push_back(Base64Simd::ssse3);
+  if (__builtin_cpu_supports("avx2")) levels.push_back(Base64Simd::avx2);
+#endif
+  for (const Base64Simd level : levels) {
+    SCOPED_TRACE(static_cast<int>(level));
+    forEveryInput([level](const std::string& text, const unsigned char* at) {
+      for (bool url : {false, true}) {
+        const std::size_t n = text.size();
+        std::string chars(n / 3 * 4 + 4, '#');
+        const std::size_t encoded =
+            encodeBase64Blocks(level, at, n, &chars[0], url);
+        ASSERT_EQ(encoded % 3, 0u);
+        ASSERT_LE(encoded, n);
+        ASSERT_EQ(chars.substr(0, encoded / 3 * 4),
+                  modelToBase64(text.substr(0, encoded), url));
+        ASSERT_EQ(chars.find_first_not_of('#', encoded / 3 * 4),
+                  std::string::npos);
+        std::string bytes(n, '#');
+        const std::size_t decoded = decodeBase64Blocks(
+            level, at, n, reinterpret_cast<unsigned char*>(&bytes[0]),
+            n / 4 * 3, url);
+        ASSERT_EQ(decoded % 4, 0u);
+        const std::string clean = text.substr(0, decoded);
+        ASSERT_EQ(clean.find_first_not_of(alphabetOf(url)), std::string::npos);
+        ASSERT_EQ(bytes.substr(0, decoded / 4 * 3),
+                  modelFromBase64(clean, url));
+        ASSERT_EQ(bytes.find_first_not_of('#', decoded / 4 * 3),
+                  std::string::npos);
+        // A kernel that runs takes the clean text as far as its blocks go.
+        const bool allClean =
+            text.find_first_not_of(alphabetOf(url)) == std::string::npos;
+        if (level != Base64Simd::none && allClean && n >= 48) {
+          ASSERT_GE(decoded + 32, n);
+        }
+      }
+    });
+  }
+  ASSERT_TRUE(levels.size() == 1 || bestBase64Simd() == levels.back());
 }
 
 // The public forms, over raw arrays with no terminator behind them.

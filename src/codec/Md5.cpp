@@ -152,14 +152,11 @@ void compressBlocks(std::uint32_t* state, const unsigned char* data,
   state[3] = d;
 }
 
-// RFC 1321 padding: 0x80 then zeros; a prefix of 1 to 64 bytes is used.
-constexpr unsigned char kPadding[64] = {0x80};
-
 constexpr unsigned int kStreamChunk = 1024;
 
-// The body of update(), shared with finalize() so the constant padding can
-// be fed without casting its const away. Only the partial blocks at either
-// end pass through `buffer`; whole blocks are read where they lie.
+// The body of update(), taking a const input (get_md5 feeds a string's
+// bytes). Only the partial blocks at either end pass through `buffer`;
+// whole blocks are read where they lie.
 void absorb(std::uint32_t* state, std::uint32_t* count, unsigned char* buffer,
             const unsigned char* input, unsigned int length) {
   if (length == 0) return;
@@ -230,10 +227,24 @@ void TQMD5::finalize() {
   encode(bits, count, 8);
   // Pad to 56 mod 64 so the 64-bit bit count ends the last block
   // (RFC 1321, 3.1-3.2). The count is taken before padding changes it.
+  // This is update() with padLen bytes of the padding block and then the 8
+  // length bytes, the padding written straight into the buffer: the count
+  // grows by both at once, which is the same 64-bit sum.
   const unsigned int index = (count[0] >> 3) & 63;
   const unsigned int padLen = index < 56 ? 56 - index : 120 - index;
-  absorb(state, count, buffer, kPadding, padLen);
-  absorb(state, count, buffer, bits, 8);
+  const unsigned int added = (padLen + 8) << 3;
+  count[0] += added;
+  if (count[0] < added) ++count[1];
+  buffer[index] = 0x80;
+  if (index >= 56) {
+    std::memset(buffer + index + 1, 0, 63 - index);
+    compressBlocks(state, buffer, 1);
+    std::memset(buffer, 0, 56);
+  } else {
+    std::memset(buffer + index + 1, 0, 55 - index);
+  }
+  std::memcpy(buffer + 56, bits, 8);
+  compressBlocks(state, buffer, 1);
   encode(digest, state, 16);
   std::memset(buffer, 0, sizeof buffer);
   finished = true;

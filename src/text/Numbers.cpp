@@ -53,8 +53,9 @@ NumberFailure convert(const char* text, T& value, Convert routine) noexcept {
 // minus. A byte from 0x80 up where whitespace may still stand could be a
 // space in the process's locale, so such texts go to the routine itself.
 // Returns false for those.
-bool parseDecimalDirect(const char* text, unsigned long long maxMagnitude,
-                        long long& value, NumberFailure& failure) noexcept {
+[[gnu::always_inline]] inline bool parseDecimalDirect(
+    const char* text, unsigned long long maxMagnitude, long long& value,
+    NumberFailure& failure) noexcept {
   const auto* p = reinterpret_cast<const unsigned char*>(text);
   while (*p == ' ' || (*p >= '\t' && *p <= '\r')) ++p;
   if (*p >= 0x80) return false;
@@ -64,37 +65,36 @@ bool parseDecimalDirect(const char* text, unsigned long long maxMagnitude,
   error = 0;
   value = 0;
   failure = NumberFailure::noNumber;
-  if (static_cast<unsigned>(*p - '0') > 9) return true;
-  while (*p == '0') ++p;  // leading zeros add no digit that counts
-  // Up to 19 digits cannot overflow 64 unsigned bits; more are out of range.
+  auto digitAt = [](const unsigned char* at) {
+    return static_cast<unsigned>(*at - '0');
+  };
+  if (digitAt(p) > 9) return true;
+  // Past 64 bits the value is 0 whatever digits follow, so the walk ends
+  // there, with a digit still under the cursor.
+  // The sign enters by arithmetic, not a branch: it is as often one way as
+  // the other.
+  const unsigned long long minus = negative ? 1 : 0;
+  const unsigned long long limit = maxMagnitude + minus;
   unsigned long long magnitude = 0;
-  const unsigned char* const first = p;
-  for (unsigned digit; (digit = static_cast<unsigned>(*p - '0')) <= 9; ++p) {
-    magnitude = magnitude * 10 + digit;
+  for (unsigned digit = digitAt(p); digit <= 9; digit = digitAt(++p)) {
+    if (__builtin_mul_overflow(magnitude, 10ULL, &magnitude) ||
+        __builtin_add_overflow(magnitude, digit, &magnitude)) {
+      break;
+    }
   }
-  if (p - first > 19 || magnitude > maxMagnitude + (negative ? 1 : 0)) {
+  if (magnitude > limit || digitAt(p) <= 9) {
     error = ERANGE;
     failure = NumberFailure::outOfRange;
     return true;
   }
-  value = negative ? static_cast<long long>(0 - magnitude)
-                   : static_cast<long long>(magnitude);
+  value = static_cast<long long>((magnitude ^ (0 - minus)) + minus);
   failure = NumberFailure::none;
   return true;
 }
 
-}  // namespace
-
-NumberFailure parseInt64(const char* text, long long& value) noexcept {
-  NumberFailure failure = NumberFailure::none;
-  if (parseDecimalDirect(text, 9223372036854775807ULL, value, failure))
-    return failure;
-  return convert(text, value, [](const char* t, char** end) {
-    return std::strtoll(t, end, 10);
-  });
-}
-
-NumberFailure parseInt32(const char* text, int& value) noexcept {
+// parseInt32, inlined into the exported parsers.
+[[gnu::always_inline]] inline NumberFailure parseInt32Inline(
+    const char* text, int& value) noexcept {
   value = 0;
   long long wide = 0;
   NumberFailure failure = NumberFailure::none;
@@ -114,6 +114,21 @@ NumberFailure parseInt32(const char* text, int& value) noexcept {
   }
   value = static_cast<int>(wide);
   return NumberFailure::none;
+}
+
+}  // namespace
+
+NumberFailure parseInt64(const char* text, long long& value) noexcept {
+  NumberFailure failure = NumberFailure::none;
+  if (parseDecimalDirect(text, 9223372036854775807ULL, value, failure))
+    return failure;
+  return convert(text, value, [](const char* t, char** end) {
+    return std::strtoll(t, end, 10);
+  });
+}
+
+NumberFailure parseInt32(const char* text, int& value) noexcept {
+  return parseInt32Inline(text, value);
 }
 
 NumberFailure parseUInt32(const char* text, int base,
@@ -201,13 +216,13 @@ float stdstring::stof(const std::string& str) {
 
 int stdstring::stoi(const std::string& str) {
   int value = 0;
-  detail::parseInt32(str.c_str(), value);
+  detail::parseInt32Inline(str.c_str(), value);
   return value;
 }
 
 long stdstring::stol(const std::string& str) {
   int value = 0;
-  detail::parseInt32(str.c_str(), value);
+  detail::parseInt32Inline(str.c_str(), value);
   return value;
 }
 

@@ -31,6 +31,16 @@ TEST(ByteArrayStorage, EmptyResultsShareTheStaticEmptyArray) {
   EXPECT_EQ(bytesOf(TQByteArray(text, -16)), "hello");  // any negative: strlen
 }
 
+// swap exchanges the holders, the static empty one included.
+TEST(ByteArrayStorage, SwapExchangesStorage) {
+  TQByteArray a("abc"), b;
+  const char* bytes = a.constData();
+  a.swap(b);
+  expectEmpty(a);
+  EXPECT_EQ(b.constData(), bytes);
+  EXPECT_EQ(bytesOf(b), "abc");
+}
+
 // Wanted capacity -> capacity. Each member that builds a buffer is held to
 // the same ladder in the property test below.
 TEST(ByteArrayStorage, CapacityLadder) {

@@ -223,6 +223,13 @@ TEST(TextFormsKernels, Base64BlocksAtEveryLevel) {
                   modelFromBase64(clean, url));
         ASSERT_EQ(bytes.find_first_not_of('#', decoded / 4 * 3),
                   std::string::npos);
+        // Short of room, a kernel stops within it.
+        std::string tight(n, '#');
+        const std::size_t tightDecoded = decodeBase64Blocks(
+            level, at, n, reinterpret_cast<unsigned char*>(&tight[0]), 12, url);
+        ASSERT_LE(tightDecoded / 4 * 3, 12u);
+        ASSERT_EQ(tight.substr(0, tightDecoded / 4 * 3),
+                  bytes.substr(0, tightDecoded / 4 * 3));
         // A kernel that runs takes the clean text as far as its blocks go.
         const bool allClean =
             text.find_first_not_of(alphabetOf(url)) == std::string::npos;

@@ -8,6 +8,7 @@
 #include <climits>
 #include <cmath>
 #include <cstdlib>
+#include <iterator>
 #include <random>
 #include <string>
 #include <tuple>
@@ -126,14 +127,17 @@ TEST(NumberParse, DirectDecimalMatchesStrtoll) {
                               "9223372036854775807",
                               "9223372036854775808",
                               "000000000000000000001",
-                              "18446744073709551616"};
+                              "18446744073709551616",
+                              "99999999999999999999",
+                              " \t\n\v\f\r-0",
+                              "+\x80"};
   std::mt19937 rng(1605);
   for (int trial = 0; trial < 40000; ++trial) {
     std::string text;
     const int length = static_cast<int>(rng() % 24);
     for (int i = 0; i < length; ++i) {
       if (rng() % 8 == 0) {
-        text += runs[rng() % 6];
+        text += runs[rng() % std::size(runs)];
       } else {
         text += bytes[rng() % bytes.size()];
       }

@@ -26,7 +26,7 @@ class TQBASE_EXPORT TQMD5 {
   /// Digest of `length` bytes at `input`, finished at once.
   TQMD5(unsigned char* input, unsigned int length);
   /// Digest of the rest of `stream`, finished at once. Closes `stream`.
-  explicit TQMD5(FILE* stream);
+  TQMD5(FILE* stream);
   TQMD5(const TQMD5& other) = default;
 
   /// Takes in `length` bytes; `input` is not changed. Whole 64-byte blocks

@@ -3,9 +3,22 @@
 
 // Private storage of TQByteArray: the record and its reference holder.
 
+#include <atomic>
 #include <memory>
 
+#include "frame/ByteTables.h"
 #include "frame/LoadState.h"  // sharedNull, emptyBuffer
+
+#if defined(__SANITIZE_THREAD__)
+#define TQBASE_TSAN 1
+#elif defined(__has_feature)
+#if __has_feature(thread_sanitizer)
+#define TQBASE_TSAN 1
+#endif
+#endif
+#if defined(TQBASE_TSAN)
+#include <sanitizer/tsan_interface.h>
+#endif
 
 namespace TQBase {
 
@@ -42,9 +55,6 @@ class TQByteArrayRef {
 
 namespace detail {
 
-// Largest capacity an array may ask for: its buffer, 0x7FFFF000 bytes, is
-// the largest that an int-sized allocation ladder reaches.
-constexpr int kMaxWantedCapacity = 0x7FFFEFFF;
 
 // Allocation size for a wanted capacity of at least 1, terminator included:
 // the next power of two strictly above w + 1 up to 4096, then w + 1 rounded
@@ -55,8 +65,33 @@ int allocationFor(int wantedCapacity);
 // kMaxWantedCapacity, so no caller ever sizes a buffer from a wrapped value.
 int checkedLength(const char* str);
 
-// a + b for sizes; std::bad_alloc when the sum exceeds kMaxWantedCapacity.
-int checkedTotal(int a, int b);
+// Whether `holder` may write into its record in place: an owning record
+// that no other holder shares. The per-call path of the writers, kept to
+// one pointer chain and a plain load of the use count.
+inline bool isDetachedHolder(const TQByteArrayRef* holder) {
+  if (holder->record->ownsBuffer == 0 || holder->record.use_count() != 1)
+    return false;
+    // The count was read relaxed. Another holder's last reads of this buffer
+    // came before its release decrement of the count; this acquire makes them
+    // happen before our writes. (Free on x86; ThreadSanitizer does not model
+    // fences, so it is told the same edge through an annotation.)
+#if defined(TQBASE_TSAN)
+  __tsan_acquire(holder->record.get());
+#else
+  std::atomic_thread_fence(std::memory_order_acquire);
+#endif
+  return true;
+}
+
+// The release half of the edge above, for ThreadSanitizer only: the count's
+// own decrement is the release in a real build.
+inline void announceHolderRelease(const TQByteArrayRef* holder) {
+#if defined(TQBASE_TSAN)
+  __tsan_release(holder->record.get());
+#else
+  static_cast<void>(holder);
+#endif
+}
 
 }  // namespace detail
 }  // namespace TQBase

@@ -12,15 +12,17 @@ TQByteArray& TQByteArray::append(const char* src, int len) {
   if (len < 0) len = detail::checkedLength(src);
   if (len == 0) return *this;
   TQByteArrayPrivateDat& own = *d->record;
-  const int total = detail::checkedTotal(own.size, len);
-  if (isDetached() && total <= own.capacity) {
+  // capacity - size cannot overflow, so the room test needs no wide sum.
+  if (len <= own.capacity - own.size && detail::isDetachedHolder(d)) {
     // `src` may overlap the bytes behind the old end if it lies in this
     // buffer; memmove still copies what it held on entry.
-    std::memmove(own.data + own.size, src, static_cast<std::size_t>(len));
-    own.size = total;
-    own.data[total] = 0;
+    char* end = own.data + own.size;
+    std::memmove(end, src, static_cast<std::size_t>(len));
+    end[len] = 0;
+    own.size += len;
     return *this;
   }
+  const int total = detail::checkedSize(static_cast<long long>(own.size) + len);
   // What reallocData(data, size, total) would do, except that the new bytes
   // go in before the old holder is released: `src` may lie in the old buffer
   // (a.append(a)), which may die with that holder.
@@ -54,7 +56,7 @@ TQByteArray& TQByteArray::insert(int pos, const char* src, int len) {
   if (len < 0) len = detail::checkedLength(src);
   const TQByteArrayPrivateDat& own = *d->record;
   if (len == 0 || pos < 0 || pos > own.size) return *this;
-  const int total = detail::checkedTotal(own.size, len);
+  const int total = detail::checkedSize(static_cast<long long>(own.size) + len);
   // Always a fresh record with the ladder's capacity for `total`, even when
   // this one has room: the old record stays whole until the swap, so `src`
   // may lie in it.

@@ -25,16 +25,8 @@ int allocationFor(int wantedCapacity) {
 }
 
 int checkedLength(const char* str) {
-  std::size_t length = std::strlen(str);
-  if (length > static_cast<std::size_t>(kMaxWantedCapacity))
-    throw std::bad_alloc();
-  return static_cast<int>(length);
-}
-
-int checkedTotal(int a, int b) {
-  long long total = static_cast<long long>(a) + b;
-  if (total > kMaxWantedCapacity) throw std::bad_alloc();
-  return static_cast<int>(total);
+  // strlen stays within ptrdiff_t, so the length fits a long long.
+  return checkedSize(static_cast<long long>(std::strlen(str)));
 }
 
 }  // namespace detail
@@ -131,6 +123,7 @@ TQByteArray& TQByteArray::operator=(const char* str) {
 
 void TQByteArray::clear() {
   if (d == detail::sharedNull) return;
+  detail::announceHolderRelease(d);
   delete d;  // drops the holder's share; the last one frees the record
   d = detail::sharedNull;
 }
@@ -186,7 +179,7 @@ TQByteArray TQByteArray::fromRawData(const char* data, int size) {
 
 bool TQByteArray::isDetached() const {
   // A plain load suffices: at 1 no other thread can hold a share to raise it.
-  return d->record->ownsBuffer != 0 && d->record.use_count() == 1;
+  return detail::isDetachedHolder(d);
 }
 
 void TQByteArray::reallocData(const char* src, int copyLength,

@@ -2,7 +2,9 @@
 #define TQBASE_BYTEARRAY_TEXTFORMSINTERNAL_H_
 
 // Buffer sizes of the byte array's text forms, formed in 64 bits so that no
-// source size can wrap them into a buffer smaller than what is written.
+// source size can wrap them into a buffer smaller than what is written, and
+// the kernels behind the forms. Each vector kernel has a plain twin that
+// gives the same bytes; tests run both on every input.
 
 namespace TQBase {
 namespace detail {
@@ -23,6 +25,22 @@ int hexEncodedSize(int n);
 // 3 * n, the working buffer of percent encoding once a byte needs escaping;
 // std::bad_alloc when that exceeds kMaxWantedCapacity (n above 715,826,517).
 int percentEncodedBound(int n);
+
+// fromHex's arithmetic on `pairs` pairs of characters at `in`: one byte per
+// pair into `out`.
+void decodeHexPlain(const unsigned char* in, int pairs, unsigned char* out);
+#if defined(__SSE2__)
+void decodeHexSse2(const unsigned char* in, int pairs, unsigned char* out);
+#endif
+
+// fromBase64's walk over `n` characters at `in` with the 6-bit values
+// `values` (-1: skipped). Returns the bytes stored at `out`, which must hold
+// (3 * n) / 4 bytes. The plain form takes one character per step; the fast
+// form four at a time where all four carry bits.
+int decodeBase64Plain(const unsigned char* in, int n, const signed char* values,
+                      unsigned char* out);
+int decodeBase64Fast(const unsigned char* in, int n, bool url,
+                     unsigned char* out);
 
 }  // namespace detail
 }  // namespace TQBase

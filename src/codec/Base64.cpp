@@ -5,13 +5,15 @@
 #include <cstring>
 #include <stdexcept>
 
+#include "codec/Base64Blocks.h"
+#include "frame/ByteTables.h"
+
 namespace TQBase {
 
 TQBase64& TQBase64::operator=(const TQBase64&) { return *this; }
 namespace {
 
-constexpr char kBase64Alphabet[] =
-    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+using detail::kBase64Alphabet;
 
 constexpr unsigned char kPadMark = 0xFE;
 constexpr unsigned char kInvalidMark = 0xFF;
@@ -48,18 +50,7 @@ constexpr std::array<std::uint32_t, 256> kDecodePlace2 = makeShiftedTable(6);
 constexpr std::array<std::uint32_t, 256> kDecodePlace3 = makeShiftedTable(0);
 
 // Fast encoding: the two characters of every 12-bit value.
-struct CharPair {
-  char chars[2];
-};
-constexpr std::array<CharPair, 4096> makePairTable() {
-  std::array<CharPair, 4096> table{};
-  for (int v = 0; v < 4096; ++v) {
-    table[v].chars[0] = kBase64Alphabet[v >> 6];
-    table[v].chars[1] = kBase64Alphabet[v & 63];
-  }
-  return table;
-}
-constexpr std::array<CharPair, 4096> kEncodePairs = makePairTable();
+constexpr const auto& kEncodePairs = detail::kBase64Pairs;
 
 // The longest input whose text length fits an int.
 constexpr int kMaxEncodeSrcLen = 1610612733;
@@ -129,6 +120,12 @@ int TQBase64::encode(const unsigned char* src, int srcLen, char* dst,
   const unsigned char* in = src;
   const unsigned char* const end = src + srcLen;
   char* out = dst;
+  // The vector kernel leaves at least 4 bytes, so the tail below runs.
+  const std::size_t vectorDone =
+      detail::encodeBase64Blocks(detail::bestBase64Simd(), in,
+                                 static_cast<std::size_t>(srcLen), out, false);
+  in += vectorDone;
+  out += vectorDone / 3 * 4;
   // Six bytes per step from one 8-byte big-endian load (the two bytes read
   // beyond are not used), while at least a whole triple stays for the tail.
   while (end - in >= 8) {
@@ -186,7 +183,21 @@ int TQBase64::decode(const char* src, int srcLen, unsigned char* dst,
   const char* in = src;
   const char* const fullEnd = src + (srcLen & ~3);
   unsigned char* out = dst;
+  // Clean blocks go to the vector kernel; it stops at any other byte, and
+  // is tried again once a group has decoded cleanly behind it.
+  const detail::Base64Simd simd = detail::bestBase64Simd();
+  bool tryVector = true;
   while (in != fullEnd) {
+    if (tryVector) {
+      tryVector = false;
+      const std::size_t done = detail::decodeBase64Blocks(
+          simd, reinterpret_cast<const unsigned char*>(in),
+          static_cast<std::size_t>(fullEnd - in), out,
+          static_cast<std::size_t>(dstLen - (out - dst)), false);
+      in += done;
+      out += done / 4 * 3;
+      if (in == fullEnd) break;
+    }
     const std::uint32_t bits =
         kDecodePlace0[static_cast<unsigned char>(in[0])] |
         kDecodePlace1[static_cast<unsigned char>(in[1])] |
@@ -197,6 +208,7 @@ int TQBase64::decode(const char* src, int srcLen, unsigned char* dst,
       out[1] = static_cast<unsigned char>(bits >> 8);
       out[2] = static_cast<unsigned char>(bits);
       out += 3;
+      tryVector = true;
     } else {
       const int written = decodeQuadExact(in, out);
       if (written < 0) return -1;

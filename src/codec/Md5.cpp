@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "frame/ByteTables.h"
+
 namespace TQBase {
 namespace {
 
@@ -43,11 +45,22 @@ inline void storeLittleEndian32(unsigned char* p, std::uint32_t v) {
 }
 
 // One step of a round; the compression loop and the FF..II members share it.
+// a + x + ac does not wait for b, the result of the step before, so it is
+// summed first and only Aux(b, c, d) stands on the chain between steps.
 template <std::uint32_t (*Aux)(std::uint32_t, std::uint32_t, std::uint32_t)>
 inline void step(std::uint32_t& a, std::uint32_t b, std::uint32_t c,
                  std::uint32_t d, std::uint32_t x, unsigned s,
                  std::uint32_t ac) {
-  a = rotl(a + Aux(b, c, d) + x + ac, s) + b;
+  a = rotl((a + x + ac) + Aux(b, c, d), s) + b;
+}
+
+// The G step with its chain cut shorter: the two halves of
+// G = (b & d) | (c & ~d) have no bit in common, so | is +, and c & ~d joins
+// the sum that does not wait for b.
+inline void stepG(std::uint32_t& a, std::uint32_t b, std::uint32_t c,
+                  std::uint32_t d, std::uint32_t x, unsigned s,
+                  std::uint32_t ac) {
+  a = rotl((a + x + ac + (c & ~d)) + (b & d), s) + b;
 }
 
 // Applies `blocks` consecutive 64-byte blocks to `state`, all 64 steps of
@@ -77,22 +90,22 @@ void compressBlocks(std::uint32_t* state, const unsigned char* data,
     step<auxF>(c, d, a, b, x[14], 17, 0xa679438e);
     step<auxF>(b, c, d, a, x[15], 22, 0x49b40821);
 
-    step<auxG>(a, b, c, d, x[1], 5, 0xf61e2562);
-    step<auxG>(d, a, b, c, x[6], 9, 0xc040b340);
-    step<auxG>(c, d, a, b, x[11], 14, 0x265e5a51);
-    step<auxG>(b, c, d, a, x[0], 20, 0xe9b6c7aa);
-    step<auxG>(a, b, c, d, x[5], 5, 0xd62f105d);
-    step<auxG>(d, a, b, c, x[10], 9, 0x02441453);
-    step<auxG>(c, d, a, b, x[15], 14, 0xd8a1e681);
-    step<auxG>(b, c, d, a, x[4], 20, 0xe7d3fbc8);
-    step<auxG>(a, b, c, d, x[9], 5, 0x21e1cde6);
-    step<auxG>(d, a, b, c, x[14], 9, 0xc33707d6);
-    step<auxG>(c, d, a, b, x[3], 14, 0xf4d50d87);
-    step<auxG>(b, c, d, a, x[8], 20, 0x455a14ed);
-    step<auxG>(a, b, c, d, x[13], 5, 0xa9e3e905);
-    step<auxG>(d, a, b, c, x[2], 9, 0xfcefa3f8);
-    step<auxG>(c, d, a, b, x[7], 14, 0x676f02d9);
-    step<auxG>(b, c, d, a, x[12], 20, 0x8d2a4c8a);
+    stepG(a, b, c, d, x[1], 5, 0xf61e2562);
+    stepG(d, a, b, c, x[6], 9, 0xc040b340);
+    stepG(c, d, a, b, x[11], 14, 0x265e5a51);
+    stepG(b, c, d, a, x[0], 20, 0xe9b6c7aa);
+    stepG(a, b, c, d, x[5], 5, 0xd62f105d);
+    stepG(d, a, b, c, x[10], 9, 0x02441453);
+    stepG(c, d, a, b, x[15], 14, 0xd8a1e681);
+    stepG(b, c, d, a, x[4], 20, 0xe7d3fbc8);
+    stepG(a, b, c, d, x[9], 5, 0x21e1cde6);
+    stepG(d, a, b, c, x[14], 9, 0xc33707d6);
+    stepG(c, d, a, b, x[3], 14, 0xf4d50d87);
+    stepG(b, c, d, a, x[8], 20, 0x455a14ed);
+    stepG(a, b, c, d, x[13], 5, 0xa9e3e905);
+    stepG(d, a, b, c, x[2], 9, 0xfcefa3f8);
+    stepG(c, d, a, b, x[7], 14, 0x676f02d9);
+    stepG(b, c, d, a, x[12], 20, 0x8d2a4c8a);
 
     step<auxH>(a, b, c, d, x[5], 4, 0xfffa3942);
     step<auxH>(d, a, b, c, x[8], 11, 0x8771f681);
@@ -139,14 +152,11 @@ void compressBlocks(std::uint32_t* state, const unsigned char* data,
   state[3] = d;
 }
 
-// RFC 1321 padding: 0x80 then zeros; a prefix of 1 to 64 bytes is used.
-constexpr unsigned char kPadding[64] = {0x80};
-
 constexpr unsigned int kStreamChunk = 1024;
 
-// The body of update(), shared with finalize() so the constant padding can
-// be fed without casting its const away. Only the partial blocks at either
-// end pass through `buffer`; whole blocks are read where they lie.
+// The body of update(), taking a const input (get_md5 feeds a string's
+// bytes). Only the partial blocks at either end pass through `buffer`;
+// whole blocks are read where they lie.
 void absorb(std::uint32_t* state, std::uint32_t* count, unsigned char* buffer,
             const unsigned char* input, unsigned int length) {
   if (length == 0) return;
@@ -217,10 +227,24 @@ void TQMD5::finalize() {
   encode(bits, count, 8);
   // Pad to 56 mod 64 so the 64-bit bit count ends the last block
   // (RFC 1321, 3.1-3.2). The count is taken before padding changes it.
+  // This is update() with padLen bytes of the padding block and then the 8
+  // length bytes, the padding written straight into the buffer: the count
+  // grows by both at once, which is the same 64-bit sum.
   const unsigned int index = (count[0] >> 3) & 63;
   const unsigned int padLen = index < 56 ? 56 - index : 120 - index;
-  absorb(state, count, buffer, kPadding, padLen);
-  absorb(state, count, buffer, bits, 8);
+  const unsigned int added = (padLen + 8) << 3;
+  count[0] += added;
+  if (count[0] < added) ++count[1];
+  buffer[index] = 0x80;
+  if (index >= 56) {
+    std::memset(buffer + index + 1, 0, 63 - index);
+    compressBlocks(state, buffer, 1);
+    std::memset(buffer, 0, 56);
+  } else {
+    std::memset(buffer + index + 1, 0, 55 - index);
+  }
+  std::memcpy(buffer + 56, bits, 8);
+  compressBlocks(state, buffer, 1);
   encode(digest, state, 16);
   std::memset(buffer, 0, sizeof buffer);
   finished = true;
@@ -238,12 +262,9 @@ bool TQMD5::get_digest(unsigned char* const out) {
 }
 
 std::string TQMD5::translate(unsigned char* const bytes) {
-  static constexpr char kDigits[] = "0123456789abcdef";
   std::string text(32, '\0');
-  for (int i = 0; i < 16; ++i) {
-    text[2 * i] = kDigits[bytes[i] >> 4];
-    text[2 * i + 1] = kDigits[bytes[i] & 15];
-  }
+  for (int i = 0; i < 16; ++i)
+    std::memcpy(&text[2 * i], &detail::kHexPairsLower[2 * bytes[i]], 2);
   return text;
 }
 
@@ -308,7 +329,7 @@ void TQMD5::FF(unsigned int& a, unsigned int b, unsigned int c, unsigned int d,
 }
 void TQMD5::GG(unsigned int& a, unsigned int b, unsigned int c, unsigned int d,
                unsigned int x, unsigned int s, unsigned int ac) {
-  step<auxG>(a, b, c, d, x, s, ac);
+  stepG(a, b, c, d, x, s, ac);
 }
 void TQMD5::HH(unsigned int& a, unsigned int b, unsigned int c, unsigned int d,
                unsigned int x, unsigned int s, unsigned int ac) {

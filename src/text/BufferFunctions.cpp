@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "frame/ByteTables.h"
+
 namespace TQBase {
 namespace {
 
@@ -45,10 +47,9 @@ const char* findInText(const char* text, std::size_t bound,
 }  // namespace
 
 int BufToHex(const unsigned char* buf, unsigned int len, char* out) {
-  static constexpr char kDigits[] = "0123456789ABCDEF";
   for (unsigned int i = 0; i < len; ++i) {
-    out[2 * static_cast<std::size_t>(i)] = kDigits[buf[i] >> 4];
-    out[2 * static_cast<std::size_t>(i) + 1] = kDigits[buf[i] & 15];
+    std::memcpy(out + 2 * static_cast<std::size_t>(i),
+                &detail::kHexPairsUpper[2 * buf[i]], 2);
   }
   return static_cast<int>(2u * len);
 }

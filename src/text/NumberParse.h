@@ -9,8 +9,6 @@ namespace detail {
 // library the reason.
 enum class NumberFailure { none, noNumber, outOfRange };
 
-enum class NumberForm { stod, stof, stoi, stol, stoll, stoui };
-
 // Each reads a NUL-terminated text, sets `value` (0 on failure) and leaves
 // errno 0 after a clean conversion, ERANGE after an out-of-range one.
 NumberFailure parseInt32(const char* text, int& value) noexcept;
@@ -19,11 +17,6 @@ NumberFailure parseUInt32(const char* text, int base,
                           unsigned int& value) noexcept;
 NumberFailure parseDouble(const char* text, double& value) noexcept;
 NumberFailure parseFloat(const char* text, float& value) noexcept;
-
-// The message a failure carries, as the standard conversions word it
-// ("invalid stoi argument", "stoi argument out of range"); the unsigned form
-// is worded after stoul. Null for NumberFailure::none.
-const char* numberFailureText(NumberForm form, NumberFailure failure) noexcept;
 
 }  // namespace detail
 }  // namespace TQBase

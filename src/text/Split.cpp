@@ -7,35 +7,79 @@
 namespace TQBase {
 namespace {
 
-// Splits the NUL-terminated `text` at `sep`. The text behind the last
-// separator always makes a token. A NUL `sep` would be "found" at the
-// terminator and send the cursor past the end, so it is never looked for:
-// the whole text is then one token.
-int splitAtChar(std::list<std::string>& out, const char* text, char sep,
-                bool keepEmpty) {
+// Appends tokens to a list that is emptied first, without giving back the
+// nodes it held: each token goes into the next old node (its string keeps
+// its buffer unless that is far too large), new nodes only once the old
+// ones run out, and finish() drops the nodes not reused. To the caller this
+// is the list emptied and then filled. If an allocation fails, the list
+// holds the tokens stored so far and nothing else.
+class TokenSink {
+ public:
+  explicit TokenSink(std::list<std::string>& out)
+      : out_(out), next_(out.begin()) {}
+
+  void add(const char* begin, const char* end) {
+    if (next_ == out_.end()) {
+      out_.emplace_back(begin, end);
+      return;
+    }
+    const auto length = static_cast<std::size_t>(end - begin);
+    try {
+      if (next_->capacity() > 2 * length + 64) {
+        std::string(begin, end).swap(*next_);
+      } else {
+        next_->assign(begin, end);
+      }
+    } catch (...) {
+      out_.erase(next_, out_.end());
+      throw;
+    }
+    ++next_;
+  }
+
+  int finish() {
+    out_.erase(next_, out_.end());
+    return static_cast<int>(out_.size());
+  }
+
+ private:
+  std::list<std::string>& out_;
+  std::list<std::string>::iterator next_;
+};
+
+// Splits the `length` bytes at `text` (the text up to its first NUL) at
+// `sep`. The text behind the last separator always makes a token. A NUL
+// `sep` would be "found" at the terminator and send the cursor past the end,
+// so it is never looked for: the whole text is then one token. Each token is
+// built once, straight from its run.
+int splitAtChar(std::list<std::string>& out, const char* text,
+                std::size_t length, char sep, bool keepEmpty) {
+  TokenSink sink(out);
   const char* cursor = text;
+  const char* const end = text + length;
   for (;;) {
-    const char* hit = sep != '\0' ? std::strchr(cursor, sep) : nullptr;
-    const std::size_t length = hit != nullptr
-                                   ? static_cast<std::size_t>(hit - cursor)
-                                   : std::strlen(cursor);
-    if (length != 0 || keepEmpty) {
-      out.emplace_back(cursor, length);
+    const auto* hit = sep != '\0' ? static_cast<const char*>(std::memchr(
+                                        cursor, static_cast<unsigned char>(sep),
+                                        static_cast<std::size_t>(end - cursor)))
+                                  : nullptr;
+    const char* tokenEnd = hit != nullptr ? hit : end;
+    if (tokenEnd != cursor || keepEmpty) {
+      sink.add(cursor, tokenEnd);
     }
     if (hit == nullptr) {
       break;
     }
     cursor = hit + 1;
   }
-  return static_cast<int>(out.size());
+  return sink.finish();
 }
 
 }  // namespace
 
 int SplitString(std::list<std::string>& out, const std::string& str, char sep,
                 bool keepEmpty) {
-  out.clear();
-  return splitAtChar(out, str.c_str(), sep, keepEmpty);
+  return splitAtChar(out, str.c_str(), std::strlen(str.c_str()), sep,
+                     keepEmpty);
 }
 
 int stdstring::SplitString(std::list<std::string>& out, const std::string& str,
@@ -45,11 +89,11 @@ int stdstring::SplitString(std::list<std::string>& out, const std::string& str,
 
 int stdstring::SplitString(std::list<std::string>& out, const char* str,
                            char sep, bool keepEmpty) {
-  out.clear();
   if (str == nullptr || *str == '\0') {
+    out.clear();
     return 0;
   }
-  return splitAtChar(out, str, sep, keepEmpty);
+  return splitAtChar(out, str, std::strlen(str), sep, keepEmpty);
 }
 
 int stdstring::SplitStringRgx(std::list<std::string>& out,

@@ -51,8 +51,9 @@ TEST(ByteArrayAllocFailure, FailedMembersLeaveTheArrayUnchanged) {
         break;
       } catch (const std::bad_alloc&) {  // failIn is back at -1
       }
-      ASSERT_TRUE(a.constData() == data && a.capacity() == 7 &&
-                  tqtest::bytesOf(a) == "abcde");
+      ASSERT_EQ(a.constData(), data);
+      ASSERT_EQ(a.capacity(), 7);
+      ASSERT_EQ(tqtest::bytesOf(a), "abcde");
     }
     failIn = -1;
   }

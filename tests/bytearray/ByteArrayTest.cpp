@@ -31,6 +31,16 @@ TEST(ByteArrayStorage, EmptyResultsShareTheStaticEmptyArray) {
   EXPECT_EQ(bytesOf(TQByteArray(text, -16)), "hello");  // any negative: strlen
 }
 
+// swap exchanges the holders, the static empty one included.
+TEST(ByteArrayStorage, SwapExchangesStorage) {
+  TQByteArray a("abc"), b;
+  const char* bytes = a.constData();
+  a.swap(b);
+  expectEmpty(a);
+  EXPECT_EQ(b.constData(), bytes);
+  EXPECT_EQ(bytesOf(b), "abc");
+}
+
 // Wanted capacity -> capacity. Each member that builds a buffer is held to
 // the same ladder in the property test below.
 TEST(ByteArrayStorage, CapacityLadder) {
@@ -72,6 +82,90 @@ TEST(ByteArrayEdit, ReplaceRangeRows) {
   EXPECT_EQ(bytesOf(b.replace(TQByteArray("x"), b)), "121234x34x");
 }
 
+// One random edit: the arguments drawn for it, the array before it, and
+// the model. Each operation below edits both and returns where the array's
+// bytes must be afterwards: `data` when they must stay in place, the
+// argument's bytes when the array must share them, null when either may be.
+struct EditStep {
+  TQByteArray& a;
+  std::string& model;
+  const TQByteArray& arg;     // this array itself (mode 0) or a fresh copy
+  const std::string& piece;   // what `src`/`arg` hold
+  const std::string& to;      // the replacement of replace(before, after)
+  const std::string& before;  // the model before the edit
+  const char* data;           // the array's bytes before the edit
+  const char* src;            // raw bytes: in the array (modes 0, 1) or not
+  int size, capacity, mode, pos, n;
+  char x, y;
+
+  bool inside() const { return pos >= 0 && pos <= size; }
+  bool cuts() const { return inside() && pos < size && n > 0; }
+  int len() const { return static_cast<int>(piece.size()); }
+};
+
+const char* appendStep(EditStep& e) {
+  e.mode == 1 ? e.a.append(e.src, e.len()) : e.a.append(e.arg);
+  e.model += e.piece;  // on an empty array append(arg) shares like `=`
+  if (e.size == 0 && e.mode > 1) return e.arg.constData();
+  return e.len() == 0 && (e.size > 0 || e.mode < 2) ? e.data : nullptr;
+}
+
+const char* insertStep(EditStep& e, bool raw) {
+  raw ? e.a.insert(e.pos, e.src, e.len()) : e.a.insert(e.pos, e.arg);
+  if (e.inside()) e.model.insert(e.pos, e.piece);
+  return !e.inside() || e.len() == 0 ? e.data : nullptr;
+}
+
+// remove, then insert of what is left
+const char* replaceRangeStep(EditStep& e) {
+  e.a.replace(e.pos, e.n, e.arg);
+  if (e.cuts()) e.model.erase(e.pos, e.n);
+  if (e.inside())
+    e.model.insert(e.pos, e.mode == 0 ? std::string(e.model) : e.piece);
+  return !e.cuts() && (!e.inside() || e.len() == 0) ? e.data : nullptr;
+}
+
+const char* replaceAllStep(EditStep& e) {
+  const auto npos = std::string::npos;
+  e.a.replace(e.arg, arrayOf(e.to));
+  for (auto at = e.len() == 0 ? npos : e.model.find(e.piece); at != npos;
+       at = e.model.find(e.piece, at + e.to.size()))
+    e.model.replace(at, e.len(), e.to);
+  return e.len() == 0 || e.before.find(e.piece) == npos ? e.data : nullptr;
+}
+
+const char* replaceByteStep(EditStep& e) {
+  e.a.replace(e.x, e.y);
+  std::replace(e.model.begin(), e.model.end(), e.x, e.y);
+  return e.x == e.y || e.before.find(e.x) == std::string::npos ? e.data
+                                                               : nullptr;
+}
+
+const char* resizeStep(EditStep& e) {
+  e.a.resize(e.n);  // grown bytes are unset but for the old terminator
+  if (e.n > e.size)
+    std::fill_n(e.a.getData() + e.size + 1, e.n - e.size - 1, '\0');
+  e.model.resize(std::max(e.n, 0));
+  return e.n == e.size && e.n > 0 ? e.data : nullptr;
+}
+
+const char* reserveOrSqueezeStep(EditStep& e) {
+  e.n > 3 ? e.a.reserve(e.n * 3) : e.a.squeeze();
+  const bool kept = e.n > 3 ? e.n * 3 <= e.capacity : e.capacity <= e.size;
+  return kept ? e.data : nullptr;
+}
+
+const char* writeStep(EditStep& e, int off) {
+  if (e.size > 0) e.a.getData()[off % e.size] = e.model[off % e.size] = 'z';
+  return nullptr;
+}
+
+const char* assignStep(EditStep& e) {
+  e.mode == 1 ? e.a = e.src : e.a = e.arg;  // mode 0: self-assignment
+  e.model = e.mode == 1 ? e.piece.c_str() : e.piece;
+  return e.mode == 0 ? e.data : e.mode > 1 ? e.arg.constData() : nullptr;
+}
+
 // Random edits of an array that starts on raw memory, against a std::string
 // model. On odd steps a second handle shares the array: it must keep its
 // bytes, and members that change nothing must not detach. Arguments often
@@ -98,50 +192,41 @@ TEST(ByteArrayEdit, RandomEditsMatchStringModel) {
       const int off = mode == 1 ? pick(0, size) : 0;  // 0: a, 1: its tail
       const std::string piece = mode < 2 ? model.substr(off) : text(pick(0, 5));
       const char* src = mode < 2 ? data + off : piece.data();
-      const int len = piece.size(), pos = pick(-2, size + 2), n = pick(-2, 6);
+      const int pos = pick(-2, size + 2), n = pick(-2, 6);
       const TQByteArray fresh = arrayOf(piece), &arg = mode == 0 ? a : fresh;
-      const bool in = pos >= 0 && pos <= size, cut = in && pos < size && n > 0;
       const char x = "ab\0"[pick(0, 2)], y = "ab\0"[pick(0, 2)];
+      EditStep e{a,    model,    arg,  piece, to, before, data, src,
+                 size, capacity, mode, pos,   n,  x,      y};
       const int op = pick(0, 8);
       const char* same = nullptr;  // where the bytes must stay or go
-      if (op == 0) {
-        mode == 1 ? a.append(src, len) : a.append(arg);
-        model += piece;  // on an empty array append(arg) shares like `=`
-        same = len == 0 && (size > 0 || mode < 2) ? data : nullptr;
-        if (size == 0 && mode > 1) same = arg.constData();
-      } else if (op == 1) {
-        pick(0, 1) != 0 ? a.insert(pos, src, len) : a.insert(pos, arg);
-        if (in) model.insert(pos, piece);
-        same = !in || len == 0 ? data : nullptr;
-      } else if (op == 2) {  // remove, then insert of what is left
-        a.replace(pos, n, arg);
-        if (cut) model.erase(pos, n);
-        if (in) model.insert(pos, mode == 0 ? std::string(model) : piece);
-        same = !cut && (!in || len == 0) ? data : nullptr;
-      } else if (op == 3) {
-        a.replace(arg, arrayOf(to));
-        for (auto at = len == 0 ? npos : model.find(piece); at != npos;
-             at = model.find(piece, at + to.size()))
-          model.replace(at, len, to);
-        same = len == 0 || before.find(piece) == npos ? data : nullptr;
-      } else if (op == 4) {
-        a.replace(x, y);
-        std::replace(model.begin(), model.end(), x, y);
-        same = x == y || before.find(x) == npos ? data : nullptr;
-      } else if (op == 5) {
-        a.resize(n);  // grown bytes are unset but for the old terminator
-        if (n > size) std::fill_n(a.getData() + size + 1, n - size - 1, '\0');
-        model.resize(std::max(n, 0));
-        same = n == size && n > 0 ? data : nullptr;
-      } else if (op == 6) {
-        n > 3 ? a.reserve(n * 3) : a.squeeze();
-        same = (n > 3 ? n * 3 <= capacity : capacity <= size) ? data : nullptr;
-      } else if (op == 7 && size > 0) {
-        a.getData()[off % size] = model[off % size] = 'z';
-      } else if (op == 8) {
-        mode == 1 ? a = src : a = arg;  // mode 0: self-assignment
-        model = mode == 1 ? piece.c_str() : piece;
-        same = mode == 0 ? data : mode > 1 ? arg.constData() : nullptr;
+      switch (op) {
+        case 0:
+          same = appendStep(e);
+          break;
+        case 1:
+          same = insertStep(e, pick(0, 1) != 0);
+          break;
+        case 2:
+          same = replaceRangeStep(e);
+          break;
+        case 3:
+          same = replaceAllStep(e);
+          break;
+        case 4:
+          same = replaceByteStep(e);
+          break;
+        case 5:
+          same = resizeStep(e);
+          break;
+        case 6:
+          same = reserveOrSqueezeStep(e);
+          break;
+        case 7:
+          same = writeStep(e, off);
+          break;
+        default:
+          same = assignStep(e);
+          break;
       }
       const int now = model.size();
       ASSERT_EQ(bytesOf(a), model);

@@ -113,4 +113,10 @@ TEST(Base64Codec, RoundTripsAndMatchesModelOnNoisyText) {
   }
 }
 
+// The class holds nothing: assignment only returns the left-hand object.
+TEST(Base64Codec, AssignmentReturnsItself) {
+  TQBase64 a, b;
+  EXPECT_EQ(&(a = b), &a);
+}
+
 }  // namespace

@@ -21,6 +21,16 @@ std::string oracleMd5(const std::string& data) {
   return TQMD5::translate(out);
 }
 
+// The message that finalize() digests: RFC 1321 padding and the bit count.
+std::string padded(const std::string& msg) {
+  std::string out = msg + '\x80';
+  while (out.size() % 64 != 56) out += '\0';
+  const unsigned long long bits =
+      static_cast<unsigned long long>(msg.size()) * 8;
+  for (int i = 0; i < 8; ++i) out += static_cast<char>(bits >> (8 * i));
+  return out;
+}
+
 // A memory stream that keeps the unread data and counts its closes.
 using Source = std::pair<std::string, int>;
 FILE* openSource(Source& source) {
@@ -70,6 +80,12 @@ TEST(Md5Oracle, RandomMessagesInRandomPieces) {
     EXPECT_EQ(TQMD5::translate(out), want);
     copy.finalize();
     EXPECT_EQ(copy.get_digest(), want);
+    // Past finalize the object goes on as if the padded message went on.
+    const std::string extra = msg.substr(0, trial % 70);
+    md5.update(data, static_cast<unsigned>(extra.size()));
+    EXPECT_EQ(md5.get_digest(), want);  // unchanged until the next finalize
+    md5.finalize();
+    EXPECT_EQ(md5.get_digest(), oracleMd5(padded(msg) + extra));
   }
 }
 

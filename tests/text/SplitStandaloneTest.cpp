@@ -1,0 +1,113 @@
+// The character splits reuse the nodes of the list they are handed. Against
+// a model on random texts and random old lists, and with each allocation
+// made to fail in turn: the list then holds the tokens stored so far.
+#include <cstdlib>
+#include <list>
+#include <new>
+#include <random>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "TQBase/StdString.h"
+
+namespace {
+long failIn = -1;  // allocations left before one fails; negative: none
+
+void* allocate(std::size_t n) {
+  if (failIn >= 0 && failIn-- == 0) throw std::bad_alloc();
+  if (void* p = std::malloc(n == 0 ? 1 : n)) return p;
+  throw std::bad_alloc();
+}
+}  // namespace
+
+void* operator new(std::size_t n) { return allocate(n); }
+void* operator new[](std::size_t n) { return allocate(n); }
+void operator delete(void* p) noexcept { std::free(p); }
+void operator delete[](void* p) noexcept { std::free(p); }
+void operator delete(void* p, std::size_t) noexcept { std::free(p); }
+void operator delete[](void* p, std::size_t) noexcept { std::free(p); }
+
+namespace {
+
+using Tokens = std::list<std::string>;
+
+// The tokens of `text` up to its first NUL, cut at every ','.
+Tokens modelSplit(const std::string& text, bool keepEmpty) {
+  const std::string cut = text.substr(0, text.find('\0'));
+  Tokens tokens;
+  std::size_t pos = 0;
+  for (;;) {
+    const std::size_t hit = cut.find(',', pos);
+    const std::string token = cut.substr(pos, hit - pos);
+    if (!token.empty() || keepEmpty) tokens.push_back(token);
+    if (hit == std::string::npos) return tokens;
+    pos = hit + 1;
+  }
+}
+
+// Old lists of any length, with short strings and with strings whose
+// buffers are far larger than any token.
+Tokens randomOldList(std::mt19937& rng) {
+  Tokens old;
+  for (unsigned n = rng() % 6; n > 0; --n)
+    old.emplace_back(rng() % 3 == 0 ? 5000 : rng() % 40, 'o');
+  return old;
+}
+
+std::string randomText(std::mt19937& rng, int length) {
+  static const char kBytes[] = "ab,,c,xyzxyzxyzxyzxyz";
+  std::string text;
+  for (int i = 0; i < length; ++i) text += kBytes[rng() % (sizeof kBytes)];
+  return text;  // sizeof takes the literal's NUL in now and then
+}
+
+TEST(SplitReuse, MatchesModelWhateverTheListHeld) {
+  std::mt19937 rng(4401);
+  for (int length = 0; length <= 200; ++length) {
+    for (int trial = 0; trial < 20; ++trial) {
+      const std::string text = randomText(rng, length);
+      const bool keepEmpty = rng() % 2 == 0;
+      SCOPED_TRACE(::testing::PrintToString(text));
+      Tokens free = randomOldList(rng), member = randomOldList(rng),
+             pointer = randomOldList(rng);
+      const Tokens expected = modelSplit(text, keepEmpty);
+      ASSERT_EQ(TQBase::SplitString(free, text, ',', keepEmpty),
+                static_cast<int>(expected.size()));
+      ASSERT_EQ(free, expected);
+      const bool empty = text.empty() || text[0] == '\0';
+      const Tokens expectedMember = empty ? Tokens() : expected;
+      ASSERT_EQ(TQBase::stdstring::SplitString(member, text, ',', keepEmpty),
+                static_cast<int>(expectedMember.size()));
+      ASSERT_EQ(member, expectedMember);
+      ASSERT_EQ(
+          TQBase::stdstring::SplitString(pointer, text.c_str(), ',', keepEmpty),
+          static_cast<int>(expectedMember.size()));
+      ASSERT_EQ(pointer, expectedMember);
+    }
+  }
+}
+
+// Whichever allocation fails, the list holds a prefix of the tokens.
+TEST(SplitReuse, FailedAllocationLeavesTheTokensSoFar) {
+  const std::string text =
+      "first-token-longer-than-sso,b,third-token-also-long,d";
+  const Tokens expected = modelSplit(text, true);
+  for (long k = 0;; ++k) {
+    Tokens out = {std::string(3, 'o'), std::string(6000, 'o')};
+    try {
+      failIn = k;
+      TQBase::SplitString(out, text, ',', true);
+      failIn = -1;
+      ASSERT_EQ(out, expected);
+      break;
+    } catch (const std::bad_alloc&) {  // failIn is back at -1
+    }
+    ASSERT_LE(out.size(), expected.size());
+    auto want = expected.begin();
+    for (const std::string& token : out) ASSERT_EQ(token, *want++);
+  }
+}
+
+}  // namespace

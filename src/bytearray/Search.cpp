@@ -24,9 +24,7 @@ int startFrom(int from, int size) {
   return start < 0 ? 0 : start;
 }
 
-unsigned char foldAsciiUpper(unsigned char c) {
-  return (c >= 'A' && c <= 'Z') ? static_cast<unsigned char>(c + 32) : c;
-}
+using detail::foldAsciiUpper;
 
 }  // namespace
 

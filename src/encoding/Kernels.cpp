@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "encoding/Cp936Tables.h"
+#include "frame/ByteTables.h"
 
 // The plain loops, and the hand-over to the vector forms: a vector form runs
 // over whole blocks and stops where the plain loop must take a stretch (a
@@ -14,8 +15,6 @@ namespace {
 
 // Vector forms hand the plain loop this much input before trying again.
 constexpr std::size_t kPlainStretch = 64;
-
-bool isContinuation(unsigned char byte) { return (byte & 0xC0) == 0x80; }
 
 Isa probeIsa() {
 #if defined(__x86_64__)
@@ -61,7 +60,7 @@ bool decodeOneUtf8(const unsigned char* in, std::size_t size, std::size_t& p,
   }
   if (size - p <= static_cast<std::size_t>(following)) return false;
   for (int i = 1; i <= following; ++i) {
-    if (!isContinuation(in[p + i])) return false;
+    if (!isUtf8Continuation(in[p + i])) return false;
     value = value << 6 | (in[p + i] & 0x3Fu);
   }
   if (value > 0x10FFFF) return false;
@@ -152,11 +151,11 @@ bool scanUtf8(const unsigned char* in, std::size_t size, Isa isa) {
     } else if (lead < 0xE0) {
       // A sequence cut off by the end of the buffer counts as good.
       if (left < 2) return true;
-      if (!isContinuation(in[p + 1])) return false;
+      if (!isUtf8Continuation(in[p + 1])) return false;
       p += 2;
     } else {
       if (left < 3) return true;
-      if (!isContinuation(in[p + 1]) || !isContinuation(in[p + 2]))
+      if (!isUtf8Continuation(in[p + 1]) || !isUtf8Continuation(in[p + 2]))
         return false;
       p += 3;
     }
@@ -170,7 +169,7 @@ std::size_t countUtf8Starts(const unsigned char* in, std::size_t size,
   if (isa != Isa::scalar)
     continuations = countBytesInX86(in, size, 0x80, 0x40, isa, done);
   for (std::size_t i = done; i < size; ++i)
-    continuations += isContinuation(in[i]) ? 1 : 0;
+    continuations += isUtf8Continuation(in[i]) ? 1 : 0;
   return size - continuations;
 }
 

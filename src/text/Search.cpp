@@ -1,5 +1,6 @@
 #include "TQBase/StdString.h"
 
+#include "frame/ByteTables.h"
 #include "text/TextInternal.h"
 #include "text/TwoWay.h"
 
@@ -331,9 +332,7 @@ namespace {
 
 constexpr std::size_t npos = std::string::npos;
 
-unsigned char foldAsciiUpper(unsigned char c) {
-  return c >= 'A' && c <= 'Z' ? static_cast<unsigned char>(c + 0x20) : c;
-}
+using detail::foldAsciiUpper;
 
 // strnicmp over a size_t bound, so prefixes of 2 GiB and more compare whole.
 int compareFoldedAscii(const char* a, const char* b, std::size_t n) {

@@ -91,7 +91,7 @@ struct Child {
 // Handshakes between the processes of one test, in shared memory.
 struct Steps {
   std::atomic<int> held{0}, release{0}, parentDone{0}, finish{0}, newcomerIn{0},
-      thirdOpen{0}, thirdLeave{0};
+      thirdOpen{0}, thirdLeave{0}, step{0};
   std::atomic<pid_t> holderPid{0};
 };
 struct SharedPage {
@@ -166,8 +166,12 @@ inline bool ownerDeathRecovers() {
   } while (false)
 
 // After the tests: nothing of the names they used is left in /dev/shm.
+// Also a last deadline for waits inside this process (a lock() that never
+// returns): the run ends by SIGALRM long before CTest's time-out.
 class NoLeftovers : public ::testing::Environment {
+  void SetUp() override { ::alarm(60); }
   void TearDown() override {
+    ::alarm(0);
     for (const std::string& name : usedNames()) {
       for (unsigned slot = 0; slot < 3; ++slot) {
         if (exists(name, slot)) {

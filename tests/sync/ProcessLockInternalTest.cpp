@@ -4,6 +4,7 @@
 // Every wait on another thread or process has a deadline: a broken lock
 // fails here within seconds. Children end through exit(), like the users
 // the library serves, so its exit-time cleanup runs in them.
+#include <fcntl.h>
 #include <signal.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
@@ -380,6 +381,39 @@ TEST(ProcessLock, AcrossProcessesExcludesNestsAndPassesOnFromTheDead) {
   ::kill(child.pid, SIGKILL);
   EXPECT_EQ(child.wait(), 128 + SIGKILL);
   EXPECT_TRUE(finishes(waiter));
+  lock.uninit();
+  EXPECT_FALSE(exists(name));
+}
+
+// A waiter whose wake-up was lost still gets the lock. (A waiter woken by
+// an unlock and killed before it takes the mutex leaves the others asleep
+// when a third process takes it meanwhile without the waiters flag.) Here
+// the holder frees the futex word without waking anyone.
+TEST(ProcessLock, WaiterWhoseWakeUpWasLostStillGetsTheLock) {
+  const std::string name = uniqueName("lost-wake");
+  SharedPage page;
+  Steps& s = *page.steps;
+  TQProcessLock lock;
+  ASSERT_EQ(lock.init(name.c_str()), 0);
+  Child holder([&] {
+    lock.lock();
+    s.held = 1;
+    if (!reach(s.release, 1)) return 2;
+    const int fd = ::open(pathOf(name).c_str(), O_RDWR);
+    void* block =
+        ::mmap(nullptr, 4096, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+    if (block == MAP_FAILED) return 3;
+    reinterpret_cast<std::atomic<int>*>(static_cast<char*>(block) +
+                                        platform::namedmutextest::mutexOffset)
+        ->store(0);
+    return 0;
+  });
+  ASSERT_TRUE(reach(s.held, 1)) << "holder exit " << holder.wait(0ms);
+  auto waiter = onOtherThread([&] { lock.lock(), lock.unlock(); });
+  EXPECT_TRUE(staysBlocked(waiter));
+  s.release = 1;
+  EXPECT_EQ(holder.wait(), 0);
+  ASSERT_TRUE(finishes(waiter));
   lock.uninit();
   EXPECT_FALSE(exists(name));
 }

@@ -48,6 +48,9 @@ enum class Stage { kOpened, kBuilding };
 extern void (*hook)(Stage stage, const std::string& objectName);
 /// When set, every long name hashes alike, so their slots collide.
 extern bool collideHashes;
+/// Where the mutex lies in a named object, for tests that stage states of
+/// its futex word.
+extern const unsigned long mutexOffset;
 }  // namespace namedmutextest
 
 }  // namespace platform

@@ -2,6 +2,7 @@
 #include <pthread.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -418,6 +419,26 @@ void resetRegistryInChild() {
   shared.mutex.unlock();
 }
 
+// A waiter woken by an unlock and killed before it took the mutex passes
+// the wake-up on only if the mutex is still free when it dies; if another
+// process took it meanwhile, the waiters flag is gone with the dead waiter
+// and the others sleep through every later unlock. So waiters look again
+// now and then, and a lost wake-up costs a moment, not the process.
+int lockWithRetries(pthread_mutex_t* mutex) {
+  constexpr long kRetryNanoseconds = 50 * 1000 * 1000;
+  for (;;) {
+    timespec deadline;
+    ::clock_gettime(CLOCK_REALTIME, &deadline);
+    deadline.tv_nsec += kRetryNanoseconds;
+    if (deadline.tv_nsec >= 1000000000L) {
+      deadline.tv_nsec -= 1000000000L;
+      ++deadline.tv_sec;
+    }
+    const int result = pthread_mutex_timedlock(mutex, &deadline);
+    if (result != ETIMEDOUT) return result;
+  }
+}
+
 int openUnnamed(Registry& shared, NamedMutex** out) {
   // Shared anonymous memory: children forked later reach it too.
   Mapping mapping;
@@ -440,6 +461,8 @@ int openUnnamed(Registry& shared, NamedMutex** out) {
 }
 
 }  // namespace
+
+const unsigned long namedmutextest::mutexOffset = offsetof(SharedBlock, mutex);
 
 std::string NamedMutex::systemObjectName(const std::string& name,
                                          unsigned slot) {
@@ -515,7 +538,7 @@ void NamedMutex::release() {
 void NamedMutex::lock() {
   Handle* handle = handleOf(this);
   pthread_mutex_t* mutex = &handle->block->mutex;
-  int result = pthread_mutex_lock(mutex);
+  int result = lockWithRetries(mutex);
   if (result == EOWNERDEAD) result = pthread_mutex_consistent(mutex);
   if (result != 0) return;  // not owned: nothing to count
   try {

@@ -252,9 +252,22 @@ void runSeed(std::uint32_t seed, StressPage& page, const std::string* names) {
     EXPECT_FALSE(exists(names[name])) << "seed " << seed << " name " << name;
 }
 
+#if defined(__SANITIZE_THREAD__)
+#define TQBASE_TEST_UNDER_THREAD_SANITIZER 1
+#elif defined(__has_feature)
+#if __has_feature(thread_sanitizer)
+#define TQBASE_TEST_UNDER_THREAD_SANITIZER 1
+#endif
+#endif
+
 TEST(ProcessLockStress, NoTwoHoldersAndNothingLeft) {
   TQBASE_SKIP_WITHOUT_OWNER_DEATH_RECOVERY();
-  std::uint32_t first = 20240601, count = 100;
+#ifdef TQBASE_TEST_UNDER_THREAD_SANITIZER
+  // Its view of a mutex is per process: states copied into forked children
+  // and addresses that later mappings reuse give false reports.
+  GTEST_SKIP() << "ThreadSanitizer cannot follow mutexes across processes";
+#endif
+  std::uint32_t first = 20240601, count = 40;
   if (const char* seeds = std::getenv("TQBASE_STRESS_SEEDS")) {
     unsigned long a = 0, b = 0;
     ASSERT_EQ(std::sscanf(seeds, "%lu:%lu", &a, &b), 2) << "want first:count";

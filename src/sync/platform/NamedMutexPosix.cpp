@@ -42,6 +42,19 @@
 // its memory stays mapped while any thread here owns it. Each thread counts
 // its levels; a thread that ends while owning gives them all back.
 
+#if defined(__SANITIZE_THREAD__)
+#define TQBASE_THREAD_SANITIZER 1
+#elif defined(__has_feature)
+#if __has_feature(thread_sanitizer)
+#define TQBASE_THREAD_SANITIZER 1
+#endif
+#endif
+#ifdef TQBASE_THREAD_SANITIZER
+extern "C" void __tsan_mutex_pre_lock(void* addr, unsigned flags);
+extern "C" void __tsan_mutex_post_lock(void* addr, unsigned flags,
+                                       int recursion);
+#endif
+
 namespace TQBase {
 namespace platform {
 
@@ -435,6 +448,13 @@ int lockWithRetries(pthread_mutex_t* mutex) {
       ++deadline.tv_sec;
     }
     const int result = pthread_mutex_timedlock(mutex, &deadline);
+#ifdef TQBASE_THREAD_SANITIZER
+    // Its timed-lock hook records only a result of 0.
+    if (result == EOWNERDEAD) {
+      __tsan_mutex_pre_lock(mutex, 0);
+      __tsan_mutex_post_lock(mutex, 0, 0);
+    }
+#endif
     if (result != ETIMEDOUT) return result;
   }
 }

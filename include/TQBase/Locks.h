@@ -164,9 +164,9 @@ class TQBASE_EXPORT TQOrderLocker {
 /// return at once without exclusion. `unlock` by a thread that is no owner
 /// is ignored. Closing the last handle while a thread of this process still
 /// owns the mutex leaves it owned: its memory stays until that owner unlocks
-/// through another object of the same name. `init`, `uninit`, assignment and
-/// destruction must not run beside other calls on the same object; `lock` and
-/// `unlock` may run on several threads at once.
+/// through another object of the same name or ends. `init`, `uninit`,
+/// assignment and destruction must not run beside other calls on the same
+/// object; `lock` and `unlock` may run on several threads at once.
 class TQBASE_EXPORT TQProcessLock {
  public:
   TQProcessLock();

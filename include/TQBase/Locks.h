@@ -134,8 +134,29 @@ class TQBASE_EXPORT TQOrderLocker {
 /// target uninitialised). The target first gives up the handle it held, so
 /// nothing leaks, and the mutex is closed once, when the last object sharing
 /// it uninitialises. In a process, all objects of one name share one mapping
-/// of the mutex; the system object disappears when the last process closes
-/// it (a killed process counts as closed).
+/// of the mutex.
+///
+/// Lifetime on Linux: the mutex lives in a shared memory object under
+/// /dev/shm. Each process using a name holds a lock of the kernel on an open
+/// description of that object, which the kernel keeps while any process has
+/// the description open and drops when the last one closes or dies; the
+/// name is removed by the last user that leaves, which it tells by asking
+/// the kernel whether any such lock is left. So:
+/// - fork: a child inherits its parent's objects, which act on the same
+///   mutex, and its use of them keeps the name alive whatever the parent
+///   does afterwards (uninit, exit, being killed). An `init` in the child
+///   gives it its own reference (sharing the inherited handle of that name
+///   if it still has one).
+/// - leaving: after the last user of a name leaves by `uninit`, the
+///   destructor, `exit()` or a return from `main` (objects never destroyed
+///   included), nothing of that name is left. A thread that ends while
+///   owning the mutex gives all its levels back, so the mutex passes on.
+/// - killed users: a process killed without running any code (SIGKILL, a
+///   fatal signal, `_exit`) cannot clean up. Its share of the lock is gone with
+///   it (a lock it owned passes to the next locker), but when it was the last
+///   user the object stays under /dev/shm until the next `init` of that name,
+///   which sees that nobody uses it, builds it anew and works normally; once
+///   its users leave, nothing is left.
 ///
 /// Only `init` reports: 0, 85 when already initialised (nothing else
 /// happens, even for another name), otherwise an `errno` value with the
@@ -143,9 +164,9 @@ class TQBASE_EXPORT TQOrderLocker {
 /// return at once without exclusion. `unlock` by a thread that is no owner
 /// is ignored. Closing the last handle while a thread of this process still
 /// owns the mutex leaves it owned: its memory stays until that owner unlocks
-/// through another object of the same name. `init`, `uninit`, assignment and
-/// destruction must not run beside other calls on the same object; `lock` and
-/// `unlock` may run on several threads at once.
+/// through another object of the same name or ends. `init`, `uninit`,
+/// assignment and destruction must not run beside other calls on the same
+/// object; `lock` and `unlock` may run on several threads at once.
 class TQBASE_EXPORT TQProcessLock {
  public:
   TQProcessLock();

@@ -1,8 +1,6 @@
 #ifndef TQBASE_SYNC_PLATFORM_NAMEDMUTEX_H_
 #define TQBASE_SYNC_PLATFORM_NAMEDMUTEX_H_
 
-#include <atomic>
-#include <cstddef>
 #include <string>
 
 namespace TQBase {
@@ -12,6 +10,7 @@ namespace platform {
 /// thread, recursive, and passed on to the next locker when its owner dies.
 /// Handles are reference-counted; within a process all handles of one name
 /// share one object, so `lock` through any of them reaches the same mutex.
+/// The state lives in the platform's source file, behind this interface.
 class NamedMutex {
  public:
   /// Opens the mutex of `name` (any bytes), creating it if need be, or makes
@@ -37,21 +36,22 @@ class NamedMutex {
   /// tried after a hash collision.
   static std::string systemObjectName(const std::string& name, unsigned slot);
 
- private:
+ protected:
   NamedMutex() = default;
   ~NamedMutex() = default;
-  void close();
-
-  int references = 1;              // guarded by the process-wide registry
-  std::atomic<int> heldLevels{0};  // levels owned by threads of this process
-  void* mapping = nullptr;         // the shared block holding the mutex
-  std::size_t mappingSize = 0;
-  int fileDescriptor = -1;  // -1 for an unnamed mutex
-  long openerProcess = 0;   // process that opened it (forks inherit)
-  bool named = false;
-  std::string key;         // the caller's name
-  std::string objectName;  // the system object's name
 };
+
+/// Seams for the internal tests only.
+namespace namedmutextest {
+/// Points in opening a named mutex where `hook`, when set, is called.
+enum class Stage { kOpened, kBuilding };
+extern void (*hook)(Stage stage, const std::string& objectName);
+/// When set, every long name hashes alike, so their slots collide.
+extern bool collideHashes;
+/// Where the mutex lies in a named object, for tests that stage states of
+/// its futex word.
+extern const unsigned long mutexOffset;
+}  // namespace namedmutextest
 
 }  // namespace platform
 }  // namespace TQBase

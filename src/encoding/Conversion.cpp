@@ -227,17 +227,17 @@ std::string UnicodeToUTF8(const std::wstring& s) {
 std::string GBKToUtf8(const std::string& s) {
   try {
     return UnicodeToUTF8(GBKToUnicode(s));
-  } catch (...) {
+  } catch (...) {  // GCOVR_EXCL_START: both steps catch everything themselves
     return std::string();
-  }
+  }  // GCOVR_EXCL_STOP
 }
 
 std::string Utf8ToGBK(const std::string& s) {
   try {
     return UnicodeToGBK(UTF8ToUnicode(s));
-  } catch (...) {
+  } catch (...) {  // GCOVR_EXCL_START: both steps catch everything themselves
     return std::string();
-  }
+  }  // GCOVR_EXCL_STOP
 }
 
 }  // namespace TQBase

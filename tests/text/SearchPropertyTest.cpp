@@ -200,7 +200,10 @@ TEST(SearchProperty, ReplaceAndSplitMatchModel) {
     const Case c = makeCase(rng);
     if (c.needle.empty()) continue;
     SCOPED_TRACE(trial);
-    const std::string after = rng() % 2 ? "" : c.needle + "x";
+    // Shorter, longer, and of the same size (written in place).
+    const std::string afters[] = {
+        "", c.needle + "x", std::string(c.needle.rbegin(), c.needle.rend())};
+    const std::string after = afters[rng() % 3];
     std::string got = c.hay, want = c.hay;
     EXPECT_EQ(stdstring::replace(got, c.needle, after),
               replaceModel(want, c.needle, after));

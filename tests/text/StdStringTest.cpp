@@ -197,7 +197,8 @@ TEST(StdStringSplit, NulAndSeparatorEdges) {
   // The Rgx separator is a plain byte string, matched without overlap.
   EXPECT_EQ(split(kRgx, "a:::b", true, "::"), "<a><:b>");
   EXPECT_EQ(split(kRgx, "aXbxc", true, "x"), "<aXb><c>");
-  EXPECT_EQ(split(kRgx, "abc", true, "") + split(kRgx, "abc", false, ""), "<>");
+  EXPECT_EQ(split(kRgx, "abc", true, ""), "<>");
+  EXPECT_EQ(split(kRgx, "abc", false, ""), "");
   EXPECT_EQ(split(kRgx, "a1b2c", true, "[0-9]"), "<a1b2c>");
 }
 
@@ -237,12 +238,14 @@ TEST(StdStringTransform, TrimmedRemovesOnlyAsciiSpace) {
 
 TEST(StdStringTransform, SubstrNeverThrows) {
   const std::string h = "hello";
-  EXPECT_EQ(stdstring::substr(h, 1, 3) + stdstring::substr(h, 1, 100),
-            "ellello");
-  EXPECT_EQ(stdstring::substr(h, 5, 1) + stdstring::substr(h, 6, 1), "");
+  EXPECT_EQ(stdstring::substr(h, 1, 3), "ell");
+  EXPECT_EQ(stdstring::substr(h, 1, 100), "ello");
+  EXPECT_EQ(stdstring::substr(h, 5, 1), "");
+  EXPECT_EQ(stdstring::substr(h, 6, 1), "");
   EXPECT_EQ(stdstring::substr({"a\0b", 3}, 1), std::string("\0b", 2));
   const std::wstring w = L"hello";
-  EXPECT_EQ(stdstring::substr(w, 1, 3) + stdstring::substr(w, 9), L"ell");
+  EXPECT_EQ(stdstring::substr(w, 1, 3), L"ell");
+  EXPECT_EQ(stdstring::substr(w, 9), L"");
 }
 
 // Random texts are held to a model in SearchPropertyTest; here the wide
@@ -257,9 +260,8 @@ TEST(StdStringTransform, ReplaceWideAndEmptyBefore) {
 }
 
 TEST(StdStringTransform, FormatStringKeepsExactLength) {
-  EXPECT_EQ(
-      stdstring::FormatString("%s", "") + stdstring::FormatString("a%cb", 0),
-      std::string("a\0b", 3));
+  EXPECT_EQ(stdstring::FormatString("%s", ""), "");
+  EXPECT_EQ(stdstring::FormatString("a%cb", 0), std::string("a\0b", 3));
   const std::string big(100000, 'q');
   EXPECT_EQ(stdstring::FormatString("<%s>", big.c_str()), "<" + big + ">");
 }

@@ -232,7 +232,9 @@ TEST(ByteArrayEdit, RandomEditsMatchStringModel) {
       ASSERT_EQ(bytesOf(a), model);
       ASSERT_EQ(bytesOf(kept), step % 2 != 0 ? before : "");
       expectWellFormed(a);
-      if (same != nullptr) ASSERT_EQ(a.constData(), same);
+      if (same != nullptr) {
+        ASSERT_EQ(a.constData(), same);
+      }
       // A buffer built for the new size has the capacity the ladder gives it.
       ASSERT_TRUE((op > 1 && op != 5 && (op != 6 || n > 3)) ||
                   a.constData() == data ||

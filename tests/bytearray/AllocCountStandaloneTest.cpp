@@ -1,32 +1,16 @@
 // Counts the allocations of the text forms: the result is built in the
 // caller's place, so nothing is allocated beyond what the result holds.
-#include <cstdlib>
-#include <new>
 
 #include <gtest/gtest.h>
+
+#include "support/ReplacedNew.h"
 
 #include "support/ByteArrayChecks.h"
 
 namespace {
-long allocations = 0;
-
-void* allocate(std::size_t n) {
-  ++allocations;
-  if (void* p = std::malloc(n == 0 ? 1 : n)) return p;
-  throw std::bad_alloc();
-}
-}  // namespace
-
-void* operator new(std::size_t n) { return allocate(n); }
-void* operator new[](std::size_t n) { return allocate(n); }
-void operator delete(void* p) noexcept { std::free(p); }
-void operator delete[](void* p) noexcept { std::free(p); }
-void operator delete(void* p, std::size_t) noexcept { std::free(p); }
-void operator delete[](void* p, std::size_t) noexcept { std::free(p); }
-
-namespace {
 
 using TQBase::TQByteArray;
+using tqtest::allocations;
 
 template <typename Make>
 long allocationsOf(Make make) {

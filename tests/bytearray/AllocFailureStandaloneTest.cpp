@@ -1,34 +1,18 @@
 // Makes the k-th allocation throw, for k = 0, 1, ... until a member
 // completes: the array must be as before. LeakSanitizer sees any half-built
 // holder or record.
-#include <cstdlib>
 #include <functional>
-#include <new>
 
 #include <gtest/gtest.h>
+
+#include "support/ReplacedNew.h"
 
 #include "support/ByteArrayChecks.h"
 
 namespace {
-long failIn = -1;  // allocations left before one fails; negative: none
-
-void* allocate(std::size_t n) {
-  if (failIn >= 0 && failIn-- == 0) throw std::bad_alloc();
-  if (void* p = std::malloc(n == 0 ? 1 : n)) return p;
-  throw std::bad_alloc();
-}
-}  // namespace
-
-void* operator new(std::size_t n) { return allocate(n); }
-void* operator new[](std::size_t n) { return allocate(n); }
-void operator delete(void* p) noexcept { std::free(p); }
-void operator delete[](void* p) noexcept { std::free(p); }
-void operator delete(void* p, std::size_t) noexcept { std::free(p); }
-void operator delete[](void* p, std::size_t) noexcept { std::free(p); }
-
-namespace {
 
 using TQBase::TQByteArray;
+using tqtest::failIn;
 
 // reserve stands for all that rests on the one reallocation routine (resize,
 // squeeze, getData); the others build their buffers themselves.

@@ -232,7 +232,9 @@ TEST(ByteArrayEdit, RandomEditsMatchStringModel) {
       ASSERT_EQ(bytesOf(a), model);
       ASSERT_EQ(bytesOf(kept), step % 2 != 0 ? before : "");
       expectWellFormed(a);
-      ASSERT_TRUE(same == nullptr || a.constData() == same);
+      if (same != nullptr) {
+        ASSERT_EQ(a.constData(), same);
+      }
       // A buffer built for the new size has the capacity the ladder gives it.
       ASSERT_TRUE((op > 1 && op != 5 && (op != 6 || n > 3)) ||
                   a.constData() == data ||
@@ -288,8 +290,9 @@ TEST(ByteArraySearch, MidTableAndSharing) {
 
 // Base64: bit 0 of the options picks the URL-safe alphabet, other bits are
 // ignored. Decoding skips what is not in the alphabet, "=" included, and goes
-// on in the same bit stream; bits short of a byte are dropped. fromHex does
-// no validation: every character goes through the digit arithmetic.
+// on in the same bit stream; bits short of a byte are dropped. Every byte
+// of fromHex and the percent form is held to a model in
+// TextFormsInternalTest; the rows here pin that model.
 TEST(ByteArrayTextForms, KnownAnswers) {
   const std::tuple<const char*, const char*, const char*> encoded[] = {
       {"\xFB\xFF\xFE", "+//+", "-__-"},
@@ -309,18 +312,13 @@ TEST(ByteArrayTextForms, KnownAnswers) {
     EXPECT_EQ(bytesOf(TQByteArray::fromBase64(TQByteArray(text), options)),
               expected);
   EXPECT_EQ(bytesOf(TQByteArray("\x9A\xFF").toHex()), "9AFF");
-  const std::tuple<const char*, const char*> rows[] = {
-      {"414", "A"},   {"4", ""},      {"AbCd", "\xAB\xCD"}, {"zz", "\x53"},
-      {"gG", "\x10"}, {" 1", "\x01"}, {"\x80\x80", "\xB9"}};
-  for (const auto& [text, expected] : rows)
-    EXPECT_EQ(bytesOf(TQByteArray::fromHex(TQByteArray(text))), expected);
+  // No validation, and an odd last digit is dropped.
+  EXPECT_EQ(bytesOf(TQByteArray::fromHex(TQByteArray("AbzG\x80\x80 "))),
+            "\xAB\x40\xB9");
   // Kept: A-Z a-z 0-9 - . / _ ~; the neighbours of each range are escaped.
   const std::string mixed("AZaz09-./_~ ,:@[^`{\x7F\x80\xFF\0", 23);
   EXPECT_EQ(bytesOf(arrayOf(mixed).toPercentEncoding()),
             "AZaz09-./_~%20%2C%3A%40%5B%5E%60%7B%7F%80%FF%00");
-  std::string all;
-  for (int b = 0; b < 256; ++b) all += static_cast<char>(b);
-  EXPECT_EQ(arrayOf(all).toPercentEncoding().size(), 634);  // 189 escaped
 }
 
 }  // namespace

@@ -76,30 +76,25 @@ std::string modelToBase64(const std::string& bytes, bool url) {
   return out;
 }
 
-std::string modelToHex(const std::string& bytes) {
+std::string hexOf(char c) {
   static const char kDigits[] = "0123456789ABCDEF";
+  return {kDigits[static_cast<unsigned char>(c) >> 4],
+          kDigits[static_cast<unsigned char>(c) & 15]};
+}
+
+std::string modelToHex(const std::string& bytes) {
   std::string out;
-  for (char c : bytes) {
-    out += kDigits[static_cast<unsigned char>(c) >> 4];
-    out += kDigits[static_cast<unsigned char>(c) & 15];
-  }
+  for (char c : bytes) out += hexOf(c);
   return out;
 }
 
 std::string modelPercent(const std::string& bytes) {
-  static const char kDigits[] = "0123456789ABCDEF";
   const std::string kept =
       "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-./_~";
   std::string out;
-  for (char c : bytes) {
-    if (c != '\0' && kept.find(c) != std::string::npos) {
-      out += c;
-    } else {
-      out += '%';
-      out += kDigits[static_cast<unsigned char>(c) >> 4];
-      out += kDigits[static_cast<unsigned char>(c) & 15];
-    }
-  }
+  for (char c : bytes)
+    out += c != '\0' && kept.find(c) != std::string::npos ? std::string(1, c)
+                                                          : "%" + hexOf(c);
   return out;
 }
 

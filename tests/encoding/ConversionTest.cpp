@@ -65,7 +65,8 @@ TEST(EncodingGbk, ConvertsThroughWideText) {
   EXPECT_EQ(Utf8ToGBK("\xF0\x94\xB8\x80"), "\xD2\xBB");  // U+14E00 as 0x4E00
   EXPECT_EQ(UnicodeToGBK(L"\x4E2D\x20000"), "");
   // Empty in, empty out, through both GBK directions.
-  EXPECT_EQ(GBKToUtf8("") + Utf8ToGBK(""), "");
+  EXPECT_EQ(GBKToUtf8(""), "");
+  EXPECT_EQ(Utf8ToGBK(""), "");
 }
 
 }  // namespace

@@ -51,7 +51,8 @@ TEST(Cp936Tables, AgreeWithTheCLibraryConverter) {
                 ours)
           << std::hex << code;
     } else if (!ours.empty()) {
-      ASSERT_TRUE(ours.size() == 1 && isAddedUnit(ours[0])) << std::hex << code;
+      ASSERT_EQ(ours.size(), 1u) << std::hex << code;
+      ASSERT_TRUE(isAddedUnit(ours[0])) << std::hex << code;
       ++added;
     }
   }

@@ -18,17 +18,13 @@ using TQBase::stdstring;
 namespace {
 
 // errno afterwards is part of each row: 0 after a clean conversion (also when
-// nothing was converted), ERANGE after an out-of-range one.
+// nothing was converted), ERANGE after an out-of-range one. Random texts are
+// held to strtoll below; these rows pin that model.
 TEST(StdStringNumbers, SignedIntegersKeep32BitLong) {
   using Row = std::tuple<std::string, long long, int>;
   // clang-format off
-  const Row rows[] = {
-      {"42", 42, 0}, {"  42", 42, 0}, {"+7", 7, 0}, {"-7", -7, 0}, {"12abc", 12, 0},
-      {"1.9", 1, 0}, {"", 0, 0}, {"abc", 0, 0}, {"0x10", 0, 0}, {{"1\0" "2", 3}, 1, 0},
-      {"2147483647", 2147483647, 0}, {"-2147483648", -2147483648LL, 0},
-      {"2147483648", 0, ERANGE}, {"-2147483649", 0, ERANGE},
-      {"99999999999999999999", 0, ERANGE},
-  };
+  const Row rows[] = {{"  +7x", 7, 0}, {"", 0, 0}, {"0x10", 0, 0}, {{"1\0" "2", 3}, 1, 0},
+                      {"-2147483648", INT_MIN, 0}, {"2147483648", 0, ERANGE}};
   // clang-format on
   for (const auto& [text, value, error] : rows) {
     SCOPED_TRACE(text);
@@ -39,9 +35,6 @@ TEST(StdStringNumbers, SignedIntegersKeep32BitLong) {
     EXPECT_EQ(stdstring::stol(text), value);
     EXPECT_EQ(errno, error);
   }
-  EXPECT_EQ(stdstring::stoll("9223372036854775807"), 9223372036854775807LL);
-  EXPECT_EQ(stdstring::stoll("9223372036854775808"), 0);
-  EXPECT_EQ(errno, ERANGE);
 }
 
 TEST(StdStringNumbers, UnsignedNegatesIn32Bits) {
@@ -150,6 +143,9 @@ TEST(NumberParse, DirectDecimalMatchesStrtoll) {
     const Parsed narrow = modelParse(text, true);
     errno = 77;
     ASSERT_EQ(stdstring::stoi(text), narrow.value);
+    ASSERT_EQ(errno, narrow.error);
+    errno = 77;
+    ASSERT_EQ(stdstring::stol(text), narrow.value);  // long is kept to 32 bits
     ASSERT_EQ(errno, narrow.error);
   }
 }

@@ -1,36 +1,20 @@
 // The character splits reuse the nodes of the list they are handed. Against
 // a model on random texts and random old lists, and with each allocation
 // made to fail in turn: the list then holds the tokens stored so far.
-#include <cstdlib>
 #include <list>
-#include <new>
 #include <random>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "support/ReplacedNew.h"
+
 #include "TQBase/StdString.h"
 
 namespace {
-long failIn = -1;  // allocations left before one fails; negative: none
 
-void* allocate(std::size_t n) {
-  if (failIn >= 0 && failIn-- == 0) throw std::bad_alloc();
-  if (void* p = std::malloc(n == 0 ? 1 : n)) return p;
-  throw std::bad_alloc();
-}
-}  // namespace
-
-void* operator new(std::size_t n) { return allocate(n); }
-void* operator new[](std::size_t n) { return allocate(n); }
-void operator delete(void* p) noexcept { std::free(p); }
-void operator delete[](void* p) noexcept { std::free(p); }
-void operator delete(void* p, std::size_t) noexcept { std::free(p); }
-void operator delete[](void* p, std::size_t) noexcept { std::free(p); }
-
-namespace {
-
+using tqtest::failIn;
 using Tokens = std::list<std::string>;
 
 // The tokens of `text` up to its first NUL, cut at every ','.

@@ -100,10 +100,11 @@ TEST(StdStringSearch, StartsAndEndsWith) {
                           char('0' + S::endsWith(str, other, false))};
     EXPECT_EQ(got, flags) << str << " / " << other;
   }
-  EXPECT_FALSE(S::startsWith("", '\0', false) || S::endsWith("", '\0', true));
+  EXPECT_FALSE(S::startsWith("", '\0', false));
+  EXPECT_FALSE(S::endsWith("", '\0', true));
   EXPECT_FALSE(S::startsWith("Abc", 'a', true));
-  EXPECT_TRUE(S::startsWith("Abc", 'a', false) &&
-              S::endsWith("abC", 'c', false));
+  EXPECT_TRUE(S::startsWith("Abc", 'a', false));
+  EXPECT_TRUE(S::endsWith("abC", 'c', false));
   EXPECT_FALSE(S::endsWith("ab\xC9", '\xE9', false));  // A-Z only
 }
 
@@ -132,37 +133,6 @@ TEST(StdStringSearch, IndexOfAndLastIndexOfTables) {
     EXPECT_EQ(stdstring::indexOf(str, sub, from, false), expected) << name;
   for (const auto& [name, str, sub, from, expected] : backward)
     EXPECT_EQ(stdstring::lastIndexOf(str, sub, from, false), expected) << name;
-}
-
-// Ignoring case must give the answer of searching lower-case copies. A small
-// alphabet (cases, NUL, high bytes) makes many near matches; lengths cross
-// the 16-byte blocks, the map threshold and the long-needle path.
-TEST(StdStringSearch, IgnoringCaseMatchesSearchOfLoweredCopies) {
-  static const char kAlphabet[] = "aAbB\0\xC9\xE9z";
-  const std::size_t sizes[] = {0, 5, 17, 40, 255, 256, 300, 1000};
-  constexpr unsigned kSeed = 777;
-  for (unsigned trial = 0; trial < 3000; ++trial) {
-    SCOPED_TRACE(kSeed + trial);
-    std::mt19937 rng(kSeed + trial);
-    std::string str(sizes[rng() % 8], '\0');
-    for (char& c : str) c = kAlphabet[rng() % 8];
-    std::string sub(rng() % 5, '\0');
-    for (char& c : sub) c = kAlphabet[rng() % 8];
-    if (!str.empty() && rng() % 2) {  // plant a real occurrence, at times long
-      const std::size_t length = 1 + rng() % (rng() % 4 == 0 ? 100 : 6);
-      sub = str.substr(rng() % str.size(), length);
-      if (rng() % 2) stdstring::toUpper(sub);
-    }
-    const std::string lowStr = stdstring::toLowerStr(str);
-    const std::string lowSub = stdstring::toLowerStr(sub);
-    const std::size_t from = rng() % (str.size() + 2);
-    EXPECT_EQ(stdstring::indexOf(str, sub, from, false),
-              lowStr.find(lowSub, from));
-    EXPECT_EQ(stdstring::indexOf(str, sub, from, true), str.find(sub, from));
-    const std::size_t last = rng() % 4 == 0 ? npos : from;
-    EXPECT_EQ(stdstring::lastIndexOf(str, sub, last, false),
-              lowStr.rfind(lowSub, last));
-  }
 }
 
 enum Splitter { kFree, kMember, kMemberChars, kRgx };
@@ -219,14 +189,16 @@ TEST(StdStringSplit, NulAndSeparatorEdges) {
   EXPECT_EQ(split(kMember, nulFirst, true), "");
   EXPECT_EQ(split(kRgx, {"a\0b\0c", 5}, true, {"\0", 1}), "<a><b><c>");
   Tokens out{"stale"};
-  EXPECT_TRUE(stdstring::SplitString(out, nullptr, ',') == 0 && out.empty());
+  EXPECT_EQ(stdstring::SplitString(out, nullptr, ','), 0);
+  EXPECT_TRUE(out.empty());
   // A NUL separator cannot stand inside NUL-terminated text: one token.
   for (Splitter which : {kFree, kMember, kMemberChars})
     EXPECT_EQ(split(which, "a,b", true, {"\0", 1}), "<a,b>");
   // The Rgx separator is a plain byte string, matched without overlap.
   EXPECT_EQ(split(kRgx, "a:::b", true, "::"), "<a><:b>");
   EXPECT_EQ(split(kRgx, "aXbxc", true, "x"), "<aXb><c>");
-  EXPECT_EQ(split(kRgx, "abc", true, "") + split(kRgx, "abc", false, ""), "<>");
+  EXPECT_EQ(split(kRgx, "abc", true, ""), "<>");
+  EXPECT_EQ(split(kRgx, "abc", false, ""), "");
   EXPECT_EQ(split(kRgx, "a1b2c", true, "[0-9]"), "<a1b2c>");
 }
 
@@ -266,46 +238,30 @@ TEST(StdStringTransform, TrimmedRemovesOnlyAsciiSpace) {
 
 TEST(StdStringTransform, SubstrNeverThrows) {
   const std::string h = "hello";
-  EXPECT_EQ(stdstring::substr(h, 1, 3) + stdstring::substr(h, 1, 100),
-            "ellello");
-  EXPECT_EQ(stdstring::substr(h, 5, 1) + stdstring::substr(h, 6, 1), "");
+  EXPECT_EQ(stdstring::substr(h, 1, 3), "ell");
+  EXPECT_EQ(stdstring::substr(h, 1, 100), "ello");
+  EXPECT_EQ(stdstring::substr(h, 5, 1), "");
+  EXPECT_EQ(stdstring::substr(h, 6, 1), "");
   EXPECT_EQ(stdstring::substr({"a\0b", 3}, 1), std::string("\0b", 2));
   const std::wstring w = L"hello";
-  EXPECT_EQ(stdstring::substr(w, 1, 3) + stdstring::substr(w, 9), L"ell");
+  EXPECT_EQ(stdstring::substr(w, 1, 3), L"ell");
+  EXPECT_EQ(stdstring::substr(w, 9), L"");
 }
 
-// Model: the loop as described, case-sensitive, resuming behind each inserted
-// text.
-TEST(StdStringTransform, ReplaceMatchesModel) {
+// Random texts are held to a model in SearchPropertyTest; here the wide
+// form and an empty `before`, which replaces nothing.
+TEST(StdStringTransform, ReplaceWideAndEmptyBefore) {
   std::wstring w = L"a--b--";
   EXPECT_EQ(stdstring::replace(w, std::wstring(L"--"), std::wstring(L"+")), 2);
   EXPECT_EQ(w, L"a+b+");
-  constexpr unsigned kSeed = 99;
-  for (unsigned trial = 0; trial < 2000; ++trial) {
-    std::mt19937 rng(kSeed + trial);
-    SCOPED_TRACE(kSeed + trial);
-    auto text = [&rng](std::size_t maxLength) {
-      std::string t(rng() % (maxLength + 1), '\0');
-      for (char& c : t) c = "abA\0"[rng() % 4];
-      return t;
-    };
-    std::string str = text(rng() % 2 ? 40 : 300), expected = str;
-    // An empty before replaces nothing.
-    const std::string before = rng() % 8 ? text(3) + "a" : "", after = text(4);
-    int count = 0;
-    for (std::size_t at = before.empty() ? npos : expected.find(before);
-         at != npos; at = expected.find(before, at + after.size()), ++count) {
-      expected.replace(at, before.size(), after);
-    }
-    EXPECT_EQ(stdstring::replace(str, before, after), count);
-    EXPECT_EQ(str, expected);
-  }
+  std::string s = "abc";
+  EXPECT_EQ(stdstring::replace(s, std::string(), std::string("x")), 0);
+  EXPECT_EQ(s, "abc");
 }
 
 TEST(StdStringTransform, FormatStringKeepsExactLength) {
-  EXPECT_EQ(
-      stdstring::FormatString("%s", "") + stdstring::FormatString("a%cb", 0),
-      std::string("a\0b", 3));
+  EXPECT_EQ(stdstring::FormatString("%s", ""), "");
+  EXPECT_EQ(stdstring::FormatString("a%cb", 0), std::string("a\0b", 3));
   const std::string big(100000, 'q');
   EXPECT_EQ(stdstring::FormatString("<%s>", big.c_str()), "<" + big + ">");
 }

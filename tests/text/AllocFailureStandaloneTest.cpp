@@ -1,6 +1,9 @@
-// The character splits reuse the nodes of the list they are handed. Against
-// a model on random texts and random old lists, and with each allocation
-// made to fail in turn: the list then holds the tokens stored so far.
+// Text functions with each allocation made to fail in turn. The character
+// splits reuse the nodes of the list they are handed (checked against a
+// model on random texts and random old lists): on a failure the list holds
+// the tokens stored so far. FormatString lets std::bad_alloc through and
+// releases what it holds; the encoding conversions swallow it and give the
+// empty string. LeakSanitizer sees anything left behind.
 #include <list>
 #include <random>
 #include <string>
@@ -10,6 +13,7 @@
 
 #include "support/ReplacedNew.h"
 
+#include "TQBase/Encoding.h"
 #include "TQBase/StdString.h"
 
 namespace {
@@ -95,3 +99,52 @@ TEST(SplitReuse, FailedAllocationLeavesTheTokensSoFar) {
 }
 
 }  // namespace
+
+namespace TQBase {
+namespace {
+
+using tqtest::failIn;
+
+TEST(TextAllocFailure, FormatStringPassesBadAllocThrough) {
+  const std::string expected = "a text well beyond the small-string room 42";
+  int failures = 0;
+  for (long k = 0;; ++k) {
+    failIn = k;
+    try {
+      const std::string got = stdstring::FormatString(
+          "a text well beyond the %s room %d", "small-string", 42);
+      failIn = -1;
+      EXPECT_EQ(got, expected);
+      break;
+    } catch (const std::bad_alloc&) {
+      failIn = -1;
+      ++failures;
+    }
+  }
+  EXPECT_GE(failures, 1);
+}
+
+TEST(TextAllocFailure, ConversionsGiveTheEmptyStringInstead) {
+  // Long enough that every result lives on the heap.
+  std::string gbkText;
+  for (int i = 0; i < 20; ++i) gbkText += "\xD6\xD0";
+  const std::string utf8 = GBKToUtf8(gbkText);
+  ASSERT_EQ(utf8.size(), 60u);
+  for (long k = 0;; ++k) {
+    failIn = k;
+    const std::string there = GBKToUtf8(gbkText);
+    const std::string back = Utf8ToGBK(utf8);
+    const bool allDone = failIn >= 0;  // the failure never came
+    failIn = -1;
+    EXPECT_TRUE(there.empty() || there == utf8) << k;
+    EXPECT_TRUE(back.empty() || back == gbkText) << k;
+    if (allDone) {
+      EXPECT_EQ(there, utf8);
+      EXPECT_EQ(back, gbkText);
+      break;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace TQBase

@@ -55,7 +55,6 @@ class TQByteArrayRef {
 
 namespace detail {
 
-
 // Allocation size for a wanted capacity of at least 1, terminator included:
 // the next power of two strictly above w + 1 up to 4096, then w + 1 rounded
 // up to a multiple of 4096. Throws std::bad_alloc above kMaxWantedCapacity.

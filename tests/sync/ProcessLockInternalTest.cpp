@@ -86,7 +86,7 @@ void childKeepsExclusionWhenParent(ParentEnd end, bool inherited) {
   if (end == ParentEnd::kUninit) {
     EXPECT_EQ(parent.wait(), 0);
   }
-  EXPECT_EQ(waitForPid(s.holderPid), 0);
+  EXPECT_EQ(waitForOrphan(s.holderPid), 0);
   EXPECT_FALSE(exists(name));
 }
 

@@ -106,11 +106,50 @@ enum class ParentEnd { kUninit, kExit, kKill };
 
 // Grandchildren whose parent died are handed to the test, which waits for
 // them like for its own.
+// Whether this process reaps its orphaned descendants. qemu-user refuses
+// PR_SET_CHILD_SUBREAPER; an orphan is then only watched until it ends.
+inline bool& reapsOrphans() {
+  static bool reaps = false;
+  return reaps;
+}
+
 class SubreaperTest : public ::testing::Test {
  protected:
-  void SetUp() override { ::prctl(PR_SET_CHILD_SUBREAPER, 1); }
-  void TearDown() override { ::prctl(PR_SET_CHILD_SUBREAPER, 0); }
+  void SetUp() override {
+    reapsOrphans() = ::prctl(PR_SET_CHILD_SUBREAPER, 1) == 0;
+  }
+  void TearDown() override {
+    ::prctl(PR_SET_CHILD_SUBREAPER, 0);
+    reapsOrphans() = false;
+  }
 };
+
+// True once `pid` has ended: gone, or a zombie left for another reaper.
+inline bool hasEnded(pid_t pid) {
+  if (::kill(pid, 0) != 0) return true;
+  std::FILE* stat =
+      std::fopen(("/proc/" + std::to_string(pid) + "/stat").c_str(), "r");
+  if (stat == nullptr) return true;
+  char state = '?';
+  const bool read = std::fscanf(stat, "%*d (%*[^)]) %c", &state) == 1;
+  std::fclose(stat);
+  return read && state == 'Z';
+}
+
+// An orphaned descendant's result where this process reaps it; elsewhere 0
+// once it has ended, since its status goes to another reaper.
+inline int waitForOrphan(pid_t pid, Millis limit = Millis(10000)) {
+  if (reapsOrphans()) return waitForPid(pid, limit);
+  const auto end = Clock::now() + limit;
+  while (!hasEnded(pid)) {
+    if (Clock::now() > end) {
+      ::kill(pid, SIGKILL);
+      return kHung;
+    }
+    std::this_thread::sleep_for(Millis(1));
+  }
+  return 0;
+}
 
 inline std::vector<std::string>& usedNames() {
   static std::vector<std::string> names;

@@ -192,6 +192,18 @@ void decodeHexSse2(const unsigned char* in, int pairs, unsigned char* out) {
 }
 #endif
 
+// Takes in one 6-bit value; a whole byte, once there, goes out.
+inline void pushSextet(int value, std::uint32_t& accumulator, int& bits,
+                       unsigned char* out, int& stored) {
+  accumulator = (accumulator << 6) | static_cast<std::uint32_t>(value);
+  bits += 6;
+  if (bits >= 8) {
+    bits -= 8;
+    out[stored++] = static_cast<unsigned char>(accumulator >> bits);
+    accumulator &= (1u << bits) - 1u;
+  }
+}
+
 int decodeBase64Plain(const unsigned char* in, int n, const signed char* values,
                       unsigned char* out) {
   std::uint32_t accumulator = 0;
@@ -200,13 +212,7 @@ int decodeBase64Plain(const unsigned char* in, int n, const signed char* values,
   for (int i = 0; i < n; ++i) {
     const int value = values[in[i]];
     if (value < 0) continue;
-    accumulator = (accumulator << 6) | static_cast<std::uint32_t>(value);
-    bits += 6;
-    if (bits >= 8) {
-      bits -= 8;
-      out[stored++] = static_cast<unsigned char>(accumulator >> bits);
-      accumulator &= (1u << bits) - 1u;
-    }
+    pushSextet(value, accumulator, bits, out, stored);
   }
   // Bits left over (2, 4 or 6) are dropped. At most 6 of every 8 bits of
   // input become output, so `stored` never passes (3 * n) / 4.
@@ -257,13 +263,7 @@ int decodeBase64Fast(const unsigned char* in, int n, bool url,
     }
     const int value = values[in[i++]];
     if (value < 0) continue;
-    accumulator = (accumulator << 6) | static_cast<std::uint32_t>(value);
-    bits += 6;
-    if (bits >= 8) {
-      bits -= 8;
-      out[stored++] = static_cast<unsigned char>(accumulator >> bits);
-      accumulator &= (1u << bits) - 1u;
-    }
+    pushSextet(value, accumulator, bits, out, stored);
   }
   return stored;
 }

@@ -31,6 +31,23 @@ using namespace TQBase;
 using namespace TQBase::testsupport;
 using namespace std::chrono_literals;
 
+// A newcomer opens `name` and locks while the child holds it; getting in
+// before the child is told to release (s.release) proves exclusion lost.
+void expectNewcomerWaitsForRelease(const std::string& name, Steps& s) {
+  Child newcomer([&] {
+    TQProcessLock lock;
+    if (lock.init(name.c_str()) != 0) return 1;
+    lock.lock();
+    s.newcomerIn = s.release == 1 ? 1 : 2;
+    lock.unlock();
+    return 0;
+  });
+  EXPECT_FALSE(reach(s.newcomerIn, 2, 300ms));
+  s.release = 1;
+  EXPECT_EQ(newcomer.wait(), 0);
+  EXPECT_EQ(s.newcomerIn, 1) << "the newcomer locked while the child held";
+}
+
 // Scenario 1: the parent's end must not open the name to a fresh object
 // while a forked child still holds the lock, whether the child locks the
 // object it inherited or one it opened itself.
@@ -69,19 +86,7 @@ void childKeepsExclusionWhenParent(ParentEnd end, bool inherited) {
   }
   ASSERT_EQ(s.held, 1);
   EXPECT_TRUE(exists(name));
-  Child newcomer([&] {
-    TQProcessLock lock;
-    if (lock.init(name.c_str()) != 0) return 1;
-    lock.lock();
-    s.newcomerIn = s.release == 1 ? 1 : 2;
-    lock.unlock();
-    return 0;
-  });
-  // A newcomer that gets in before the release proves the loss.
-  EXPECT_FALSE(reach(s.newcomerIn, 2, 300ms));
-  s.release = 1;
-  EXPECT_EQ(newcomer.wait(), 0);
-  EXPECT_EQ(s.newcomerIn, 1) << "the newcomer locked while the child held";
+  expectNewcomerWaitsForRelease(name, s);
   s.finish = 1;
   if (end == ParentEnd::kUninit) {
     EXPECT_EQ(parent.wait(), 0);
@@ -135,19 +140,8 @@ TEST_F(ForkedChildKeepsExclusion, AfterParentAndAThirdUserLeave) {
   s.thirdLeave = 1;
   ASSERT_EQ(third.wait(), 0);
   EXPECT_TRUE(exists(name));
-  Child newcomer([&] {
-    TQProcessLock lock;
-    if (lock.init(name.c_str()) != 0) return 1;
-    lock.lock();
-    s.newcomerIn = s.release == 1 ? 1 : 2;
-    lock.unlock();
-    return 0;
-  });
-  EXPECT_FALSE(reach(s.newcomerIn, 2, 300ms));
-  s.release = 1;
+  expectNewcomerWaitsForRelease(name, s);
   EXPECT_EQ(holder.wait(), 0);
-  EXPECT_EQ(newcomer.wait(), 0);
-  EXPECT_EQ(s.newcomerIn, 1) << "the newcomer locked while the child held";
   EXPECT_FALSE(exists(name));
 }
 

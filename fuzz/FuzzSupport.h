@@ -66,6 +66,23 @@ class Input {
   std::size_t size_;
 };
 
+// RFC 4648 Base64 of `s` in `alphabet`, padded with '=' to whole groups.
+inline std::string base64Model(const std::string& s, const char* alphabet) {
+  std::string out;
+  for (std::size_t i = 0; i < s.size(); i += 3) {
+    const std::size_t have = s.size() - i < 3 ? s.size() - i : 3;
+    unsigned v = 0;
+    for (std::size_t k = 0; k < 3; ++k) {
+      v = (v << 8) | (k < have ? static_cast<unsigned char>(s[i + k]) : 0u);
+    }
+    out += alphabet[(v >> 18) & 63];
+    out += alphabet[(v >> 12) & 63];
+    out += have >= 2 ? alphabet[(v >> 6) & 63] : '=';
+    out += have >= 3 ? alphabet[v & 63] : '=';
+  }
+  return out;
+}
+
 }  // namespace fuzz
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data,

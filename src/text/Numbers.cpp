@@ -6,7 +6,9 @@
 #include <cerrno>
 #include <climits>
 #include <cmath>
+#include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <limits>
 
 namespace TQBase {
@@ -92,6 +94,102 @@ NumberFailure convert(const char* text, T& value, Convert routine) noexcept {
   return true;
 }
 
+// ---- texts that are a number and nothing else -----------------------------
+// Most texts handed to the parsers are a sign and digits, nothing around
+// them. Those of up to 16 digits are read eight bytes at a time (bytes
+// within the string only), so a number's length costs no branch per digit;
+// any other text takes the walk above.
+
+constexpr std::uint64_t kZeroDigits = 0x3030303030303030ULL;
+
+std::uint64_t load64(const char* p) noexcept {
+  std::uint64_t v;
+  std::memcpy(&v, p, sizeof v);
+  return v;
+}
+
+std::uint64_t load32(const char* p) noexcept {
+  std::uint32_t v;
+  std::memcpy(&v, p, sizeof v);
+  return v;
+}
+
+// The first `n` (1 to 8) bytes of `word` moved behind '0's, so that the word
+// reads as the same number of eight digits (the first byte is the most
+// significant digit on a little-endian machine).
+std::uint64_t behindZeros(std::uint64_t word, std::size_t n) noexcept {
+  const unsigned shift = static_cast<unsigned>(8 * (8 - n));
+  return (word << shift) | (kZeroDigits & ((1ULL << shift) - 1));
+}
+
+bool isEightDigits(std::uint64_t word) noexcept {
+  return ((word & 0xF0F0F0F0F0F0F0F0ULL) |
+          (((word + 0x0606060606060606ULL) & 0xF0F0F0F0F0F0F0F0ULL) >> 4)) ==
+         0x3333333333333333ULL;
+}
+
+// Eight digit bytes to their value: pairs, then quads, then the whole.
+std::uint64_t eightDigitsValue(std::uint64_t word) noexcept {
+  word -= kZeroDigits;
+  word = (word * 10) + (word >> 8);
+  word = (((word & 0x000000FF000000FFULL) * 0x000F424000000064ULL) +
+          (((word >> 16) & 0x000000FF000000FFULL) * 0x0000271000000001ULL)) >>
+         32;
+  return word;
+}
+
+// True, with the sign and the magnitude, when `text` (`size` bytes) is an
+// optional sign and 1 to 16 ASCII digits and nothing else.
+[[gnu::always_inline]] inline bool readWholeNumber(
+    const char* text, std::size_t size, bool& negative,
+    unsigned long long& magnitude) noexcept {
+#if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+  if (size == 0) return false;
+  negative = text[0] == '-';
+  const std::size_t sign = (negative || text[0] == '+') ? 1 : 0;
+  const char* digits = text + sign;
+  const std::size_t n = size - sign;
+  if (n - 1 >= 16) return false;  // none, or more than 16
+  std::uint64_t high = kZeroDigits, low;
+  if (n > 8) {
+    high = behindZeros(load64(digits), n - 8);
+    low = load64(digits + n - 8);
+  } else if (n >= 4) {
+    // Two loads that overlap when n < 8; the shared bytes are equal.
+    low = behindZeros(load32(digits) | load32(digits + n - 4) << (8 * (n - 4)),
+                      n);
+  } else {
+    const auto at = [digits](std::size_t i) {
+      return static_cast<std::uint64_t>(static_cast<unsigned char>(digits[i]))
+             << (8 * i);
+    };
+    low = behindZeros(at(0) | at(n / 2) | at(n - 1), n);
+  }
+  if (!isEightDigits(high) || !isEightDigits(low)) return false;
+  magnitude = eightDigitsValue(high) * 100000000ULL + eightDigitsValue(low);
+  return true;
+#else
+  (void)text, (void)size, (void)negative, (void)magnitude;
+  return false;
+#endif
+}
+
+// A whole-number text's result against its range, errno set as the walk
+// sets it.
+template <typename T>
+[[gnu::always_inline]] inline T finishWholeNumber(
+    bool negative, unsigned long long magnitude,
+    unsigned long long maxMagnitude) noexcept {
+  const unsigned long long minus = negative ? 1 : 0;
+  int& error = errno;
+  if (magnitude > maxMagnitude + minus) {
+    error = ERANGE;
+    return 0;
+  }
+  error = 0;
+  return static_cast<T>((magnitude ^ (0 - minus)) + minus);
+}
+
 // parseInt32, inlined into the exported parsers.
 [[gnu::always_inline]] inline NumberFailure parseInt32Inline(
     const char* text, int& value) noexcept {
@@ -117,6 +215,19 @@ NumberFailure convert(const char* text, T& value, Convert routine) noexcept {
   value = static_cast<int>(wide);
   return NumberFailure::none;
   // GCOVR_EXCL_STOP
+}
+
+// What stoi and stol return: a whole-number text read eight bytes at a
+// time, any other by the walk.
+[[gnu::always_inline]] inline int readInt32(const std::string& str) noexcept {
+  bool negative = false;
+  unsigned long long magnitude = 0;
+  if (readWholeNumber(str.data(), str.size(), negative, magnitude)) {
+    return finishWholeNumber<int>(negative, magnitude, kInt32Max);
+  }
+  int value = 0;
+  parseInt32Inline(str.c_str(), value);
+  return value;
 }
 
 }  // namespace
@@ -217,19 +328,16 @@ float stdstring::stof(const std::string& str) {
   return value;
 }
 
-int stdstring::stoi(const std::string& str) {
-  int value = 0;
-  detail::parseInt32Inline(str.c_str(), value);
-  return value;
-}
+int stdstring::stoi(const std::string& str) { return detail::readInt32(str); }
 
-long stdstring::stol(const std::string& str) {
-  int value = 0;
-  detail::parseInt32Inline(str.c_str(), value);
-  return value;
-}
+long stdstring::stol(const std::string& str) { return detail::readInt32(str); }
 
 long long stdstring::stoll(const std::string& str) {
+  bool negative = false;
+  unsigned long long magnitude = 0;
+  if (detail::readWholeNumber(str.data(), str.size(), negative, magnitude)) {
+    return detail::finishWholeNumber<long long>(negative, magnitude, LLONG_MAX);
+  }
   long long value = 0;
   detail::parseInt64(str.c_str(), value);
   return value;

@@ -1,10 +1,16 @@
-// MD5 against OpenSSL's EVP digest as an independent oracle.
+// MD5 against OpenSSL's EVP digest as an independent oracle, through what
+// the Md5 fuzz harness does not take: copies taken midway, self-assignment,
+// updates past finalize, and the stream constructor on every message, the
+// empty one included. Every length to 200 (55/56 and 119/120 decide the
+// padding), then longer ones.
 #include "TQBase/TQMD5.h"
 
 #include <gtest/gtest.h>
 #include <openssl/evp.h>
 
-#include <algorithm>
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cstdio>
 #include <random>
 #include <string>
@@ -12,8 +18,6 @@
 namespace {
 
 using TQBase::TQMD5;
-
-constexpr unsigned kSeed = 1321;
 
 std::string oracleMd5(const std::string& data) {
   unsigned char out[EVP_MAX_MD_SIZE];
@@ -31,54 +35,30 @@ std::string padded(const std::string& msg) {
   return out;
 }
 
-// A memory stream that keeps the unread data and counts its closes.
-using Source = std::pair<std::string, int>;
-FILE* openSource(Source& source) {
-  cookie_io_functions_t io{};
-  io.read = [](void* cookie, char* buf, std::size_t size) -> ssize_t {
-    std::string& rest = static_cast<Source*>(cookie)->first;
-    const std::size_t n = rest.copy(buf, size);
-    rest.erase(0, n);
-    return static_cast<ssize_t>(n);
-  };
-  io.close = [](void* c) { return ++static_cast<Source*>(c)->second, 0; };
-  return fopencookie(&source, "r", io);
-}
-
-// Random messages (every length to 200 first: 55/56 and 119/120 decide the
-// padding) fed whole, as a stream, and in random pieces (empty ones too)
-// with copies taken midway.
-TEST(Md5Oracle, RandomMessagesInRandomPieces) {
-  for (int trial = 0; trial < 400; ++trial) {
+TEST(Md5Oracle, CopiesStreamsAndUpdatesPastFinalize) {
+  for (int trial = 0; trial < 240; ++trial) {
     SCOPED_TRACE(trial);
-    std::mt19937 rng(kSeed + trial);
+    std::mt19937 rng(1321 + trial);
     std::string msg(trial <= 200 ? trial : rng() % 5000, '\0');
     for (char& ch : msg) ch = static_cast<char>(rng());
     auto* data = reinterpret_cast<unsigned char*>(&msg[0]);
     const std::string want = oracleMd5(msg);
-    EXPECT_EQ(TQMD5::get_md5(msg), want);
-    Source source{msg, 0};
-    EXPECT_EQ(TQMD5(openSource(source)).get_digest(), want);
-    EXPECT_EQ(source.second, 1);  // closed exactly once, also when empty
+    int fds[2];
+    ASSERT_EQ(pipe(fds), 0);
+    ASSERT_EQ(write(fds[1], msg.data(), msg.size()), ssize_t(msg.size()));
+    close(fds[1]);
+    EXPECT_EQ(TQMD5(fdopen(fds[0], "r")).get_digest(), want);
+    EXPECT_EQ(fcntl(fds[0], F_GETFD), -1);  // closed (twice: ASan sees it)
+    const unsigned cut = rng() % (msg.size() + 1);
     TQMD5 md5, copy;
-    std::size_t pos = 0, copyPos = 0;
-    while (pos < msg.size()) {
-      const std::size_t piece =
-          std::min<std::size_t>(rng() % 4 ? rng() % 300 : 0, msg.size() - pos);
-      md5.update(data + pos, static_cast<unsigned>(piece));
-      pos += piece;
-      if (rng() % 8 == 0) copy = md5, copyPos = pos;
-    }
+    md5.update(data, cut);
+    copy = md5;
     copy = *&copy;  // self-assignment keeps everything
-    copy.update(data + copyPos, static_cast<unsigned>(msg.size() - copyPos));
-    unsigned char out[16] = {0xA5};
-    EXPECT_FALSE(md5.get_digest(out));  // nothing before finalize
-    EXPECT_EQ(out[0], 0xA5);
-    EXPECT_EQ(md5.get_digest(), "");
+    md5.update(data + cut, static_cast<unsigned>(msg.size() - cut));
+    copy.update(data + cut, static_cast<unsigned>(msg.size() - cut));
     md5.finalize();
-    ASSERT_TRUE(md5.get_digest(out));
-    EXPECT_EQ(TQMD5::translate(out), want);
     copy.finalize();
+    EXPECT_EQ(md5.get_digest(), want);
     EXPECT_EQ(copy.get_digest(), want);
     // Past finalize the object goes on as if the padded message went on.
     const std::string extra = msg.substr(0, trial % 70);

@@ -7,47 +7,39 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <array>
 #include <random>
+#include <string>
 
 namespace {
 
 using TQBase::TQMD5;
-using Aux = unsigned int (*)(unsigned int, unsigned int, unsigned int);
-using Step = void (*)(unsigned int&, unsigned int, unsigned int, unsigned int,
-                      unsigned int, unsigned int, unsigned int);
-using Rotate = unsigned int (*)(unsigned int, unsigned int);
-using Encode = void (*)(unsigned char*, unsigned int*, unsigned int);
-using Decode = void (*)(unsigned int*, unsigned char*, unsigned int);
-using Transform = void (TQMD5::*)(unsigned char*);
-using State = unsigned int (TQMD5::*)[4];
 
 // Stores a pointer to the private member `M` under the tag type `Tag`.
-template <typename Tag, typename Tag::type M>
+template <typename Tag, auto M>
 struct Steal {
-  friend typename Tag::type get(Tag) { return M; }
+  friend auto get(Tag) { return M; }
 };
 
-#define TQTEST_MEMBER(Name, Type, Member) \
-  struct Name {                           \
-    using type = Type;                    \
-    friend type get(Name);                \
-  };                                      \
+#define TQTEST_MEMBER(Name, Member) \
+  struct Name {                     \
+    friend auto get(Name);          \
+  };                                \
   template struct Steal<Name, &TQMD5::Member>
 
-TQTEST_MEMBER(FTag, Aux, F);
-TQTEST_MEMBER(GTag, Aux, G);
-TQTEST_MEMBER(HTag, Aux, H);
-TQTEST_MEMBER(ITag, Aux, I);
-TQTEST_MEMBER(FFTag, Step, FF);
-TQTEST_MEMBER(GGTag, Step, GG);
-TQTEST_MEMBER(HHTag, Step, HH);
-TQTEST_MEMBER(IITag, Step, II);
-TQTEST_MEMBER(RotateTag, Rotate, rotate_left);
-TQTEST_MEMBER(EncodeTag, Encode, encode);
-TQTEST_MEMBER(DecodeTag, Decode, decode);
-TQTEST_MEMBER(TransformTag, Transform, transform);
-TQTEST_MEMBER(StateTag, State, state);
+TQTEST_MEMBER(FTag, F);
+TQTEST_MEMBER(GTag, G);
+TQTEST_MEMBER(HTag, H);
+TQTEST_MEMBER(ITag, I);
+TQTEST_MEMBER(FFTag, FF);
+TQTEST_MEMBER(GGTag, GG);
+TQTEST_MEMBER(HHTag, HH);
+TQTEST_MEMBER(IITag, II);
+TQTEST_MEMBER(RotateTag, rotate_left);
+TQTEST_MEMBER(EncodeTag, encode);
+TQTEST_MEMBER(DecodeTag, decode);
+TQTEST_MEMBER(TransformTag, transform);
+TQTEST_MEMBER(StateTag, state);
 
 TEST(Md5Digest, MatchesRfc1321TestSuite) {
   const char* rows[][2] = {
@@ -76,42 +68,36 @@ unsigned int rotl(unsigned int x, unsigned int n) {
   return n == 0 ? x : (x << n) | (x >> (32 - n));
 }
 
-TEST(Md5Members, AuxiliaryFunctionsAndStepsFollowRfc1321) {
+// The auxiliary functions, steps and rotation on random words; words are
+// little-endian, and a length short of a whole word still moves it; one
+// transform of the padded empty message leaves its digest as the state.
+TEST(Md5Members, FollowRfc1321) {
+  const std::array aux = {get(FTag()), get(GTag()), get(HTag()), get(ITag())};
+  const std::array steps = {get(FFTag()), get(GGTag()), get(HHTag()),
+                            get(IITag())};
   std::mt19937 rng(1321);
   for (int trial = 0; trial < 2000; ++trial) {
     const unsigned int x = rng(), y = rng(), z = rng(), w = rng(), s = rng();
-    EXPECT_EQ(get(FTag())(x, y, z), (x & y) | (~x & z));
-    EXPECT_EQ(get(GTag())(x, y, z), (x & z) | (y & ~z));
-    EXPECT_EQ(get(HTag())(x, y, z), x ^ y ^ z);
-    EXPECT_EQ(get(ITag())(x, y, z), y ^ (x | ~z));
+    const unsigned int rfc[] = {(x & y) | (~x & z), (x & z) | (y & ~z),
+                                x ^ y ^ z, y ^ (x | ~z)};
     EXPECT_EQ(get(RotateTag())(x, s), rotl(x, s));
-    const Aux aux[] = {get(FTag()), get(GTag()), get(HTag()), get(ITag())};
-    const Step steps[] = {get(FFTag()), get(GGTag()), get(HHTag()),
-                          get(IITag())};
     for (int k = 0; k < 4; ++k) {
+      EXPECT_EQ(aux[k](x, y, z), rfc[k]);
       unsigned int a = w;
       steps[k](a, x, y, z, s, trial % 32, s ^ w);
-      EXPECT_EQ(a, rotl(w + aux[k](x, y, z) + s + (s ^ w), trial % 32) + x);
+      EXPECT_EQ(a, rotl(w + rfc[k] + s + (s ^ w), trial % 32) + x);
     }
   }
-}
-
-// Words are little-endian; a length short of a whole word still moves it.
-TEST(Md5Members, EncodeDecodeAndTransform) {
-  unsigned int words[2] = {0x04030201u, 0x08070605u};
+  unsigned int words[2] = {0x04030201u, 0x08070605u}, back[2] = {};
   unsigned char bytes[8] = {};
   get(EncodeTag())(bytes, words, 6);
-  const unsigned char expected[8] = {1, 2, 3, 4, 5, 6, 7, 8};
-  EXPECT_EQ(std::memcmp(bytes, expected, 8), 0);
-  unsigned int back[2] = {};
   get(DecodeTag())(back, bytes, 5);
+  EXPECT_EQ(std::string(bytes, bytes + 8), "\x01\x02\x03\x04\x05\x06\x07\x08");
   EXPECT_EQ(back[0], words[0]);
   EXPECT_EQ(back[1], words[1]);
-  // One transform of the padded empty message leaves its digest as state.
-  unsigned char block[64] = {0x80};
+  unsigned char block[64] = {0x80}, digest[16];
   TQMD5 md5;
   (md5.*get(TransformTag()))(block);
-  unsigned char digest[16];
   get(EncodeTag())(digest, md5.*get(StateTag()), 16);
   EXPECT_EQ(TQMD5::translate(digest), "d41d8cd98f00b204e9800998ecf8427e");
 }

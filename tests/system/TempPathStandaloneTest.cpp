@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -47,19 +48,15 @@ TEST(TempPath, UsesTmpDirOnlyWhenUsable) {
   std::string fits = s;  // 258 characters, 259 with the "/"
   for (std::size_t n = fits.size(); n < 258; ++n)
     fits += (n - s.size()) % 80 ? "\xE4\xB8\xAD" : "/";
-  // Directories that are too long or no well-formed UTF-8.
-  const std::string bad[] = {
-      fits + "\xE4\xB8\xAD",
-      s + "/\xC0\xAF",          // overlong '/'
-      s + "/\xE0\x80\xAF",      // overlong, three bytes
-      s + "/\xF0\x80\x80\xAF",  // overlong, four bytes
-      s + "/\xED\xA0\x80",      // a surrogate
-      s + "/\xF4\x90\x80\x80",  // above U+10FFFF
-      s + "/\xF5\x80\x80\x80",  // no lead byte
-      s + "/\xE4\xB8",          // cut off
-      s + "/\xC3\x41",          // no continuation byte
-      s + "/\x80",              // continuation without lead
-  };
+  // Directories one character too long, or named by no well-formed UTF-8:
+  // overlong forms of '/' in two, three and four bytes, a surrogate, above
+  // U+10FFFF, no lead byte, cut off, no continuation byte, continuation
+  // without lead.
+  std::vector<std::string> bad{fits + "\xE4\xB8\xAD"};
+  for (const char* name :
+       {"\xC0\xAF", "\xE0\x80\xAF", "\xF0\x80\x80\xAF", "\xED\xA0\x80",
+        "\xF4\x90\x80\x80", "\xF5\x80\x80\x80", "\xE4\xB8", "\xC3\x41", "\x80"})
+    bad.push_back(s + "/" + name);
   for (const std::string& dir : {utf8, fits})
     std::filesystem::create_directories(dir);
   for (const std::string& dir : bad)

@@ -36,7 +36,9 @@ TEST(Cp936Tables, AgreeWithTheCLibraryConverter) {
     return std::wstring(reinterpret_cast<const wchar_t*>(wide.data()),
                         wide.size() / sizeof(wchar_t));
   };
-  auto encode = [&](wchar_t unit) { return convert(encoder, &unit, 4); };
+  auto encode = [&](wchar_t unit) {
+    return convert(encoder, &unit, sizeof unit);
+  };
   auto added = [](wchar_t unit) {
     return unit == 0xF8F5 || (unit >= 0xE000 && unit <= 0xE864);
   };

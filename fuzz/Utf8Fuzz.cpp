@@ -116,7 +116,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data,
 
   // The detectors on an exact heap copy: one byte too far is seen.
   std::unique_ptr<char[]> exact(new char[size]);
-  std::memcpy(exact.get(), data, size);
+  if (size != 0) std::memcpy(exact.get(), data, size);  // data may be null
   const int n = static_cast<int>(size);
   FUZZ_CHECK(
       TQBase::IsUTF8File(exact.get(), n) ==

@@ -4,11 +4,9 @@
 // What the reload probe, a module linked against the library, reports about
 // the library that was loaded with it.
 struct ReloadProbeFacts {
-  const char* emptyData;  // constData() of a default-constructed array
-  int emptySize;
-  bool copySharesEmpty;  // a copy of an empty array reads the same byte
-  bool filledReads;      // an array written through getData reads back
-  long long tickCount;   // GetTickCount_64()
+  const void* libraryCode;  // an exported function of the library
+  const char* emptyData;    // constData() of a default-constructed array
+  long long tickCount;      // GetTickCount_64()
 };
 
 extern "C" void tqbaseReloadProbe(ReloadProbeFacts* facts);

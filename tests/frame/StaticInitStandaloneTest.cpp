@@ -1,6 +1,7 @@
 // Arrays in a client's static storage are built before main, while the
 // client's own initialisers run: the library's load-time state must be
 // ready by then.
+#include <cstring>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -14,13 +15,9 @@ TQBase::TQByteArray staticEmpty;
 struct UsesArraysAtStartup {
   UsesArraysAtStartup() : copy(staticEmpty) {
     filled.resize(3);
-    char* p = filled.getData();
-    p[0] = 'a';
-    p[1] = 'b';
-    p[2] = 'c';
+    std::memcpy(filled.getData(), "abc", 3);
   }
-  TQBase::TQByteArray copy;
-  TQBase::TQByteArray filled;
+  TQBase::TQByteArray copy, filled;
 } startup;
 
 TEST(LoadState, StaticArrayIsValidEmptyArray) {

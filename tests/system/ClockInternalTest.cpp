@@ -9,46 +9,34 @@ namespace {
 
 using namespace TQBase::detail;
 
-TEST(ClockArithmetic, WallTicksTruncateTowardZero) {
-  const std::pair<long long, long long> rows[] = {
-      {0, 0},        {9'999, 0},
-      {10'000, 1},   {-9'999, 0},
-      {-10'001, -1}, {16'000'000'000'000'000LL, 1'600'000'000'000LL},
+// Ticks or counts, frequency (0 for wall-clock ticks), milliseconds.
+TEST(ClockArithmetic, ScalesTruncatingTowardZero) {
+  const long long rows[][3] = {
+      {9'999, 0, 0},
+      {-10'001, 0, -1},
+      {16'000'000'000'000'000LL, 0, 1'600'000'000'000LL},
+      {9'999, 10'000'000, 0},
+      {1'999, 3, 666'333},  // dividing first would lose the fraction
+      // Past (2^63 - 1) / 1000 the product still comes out exact.
+      {LLONG_MAX, 3'000'000'000LL, LLONG_MAX / 3'000'000},
   };
-  for (const auto& [ticks, ms] : rows)
-    EXPECT_EQ(wallTicksToMilliseconds(ticks), ms) << ticks;
-}
-
-TEST(ClockArithmetic, CounterScalesAfterMultiplying) {
-  const long long f = 10'000'000;
-  EXPECT_EQ(counterToMilliseconds(0, f), 0);
-  EXPECT_EQ(counterToMilliseconds(9'999, f), 0);
-  EXPECT_EQ(counterToMilliseconds(10'000, f), 1);
-  EXPECT_EQ(counterToMilliseconds(10'000'000, f), 1000);
-  // Dividing first would lose the fraction: 1999 * 1000 / 3 = 666333.
-  EXPECT_EQ(counterToMilliseconds(1'999, 3), 666'333);
-  // Past (2^63 - 1) / 1000 the product still comes out exact.
-  EXPECT_EQ(counterToMilliseconds(LLONG_MAX, 3'000'000'000LL),
-            LLONG_MAX / 3'000'000);
-}
-
-long long fakeCount;
-int fakeCounter(long long* count) {
-  *count = fakeCount;
-  return 1;
-}
-long long fakeWallTicks() { return 123'456'789; }
-int counterMustNotBeRead(long long*) {
-  ADD_FAILURE() << "counter read while unavailable";
-  return 0;
+  for (const auto& [reading, frequency, ms] : rows)
+    EXPECT_EQ(frequency == 0 ? wallTicksToMilliseconds(reading)
+                             : counterToMilliseconds(reading, frequency),
+              ms)
+        << reading;
 }
 
 TEST(ClockArithmetic, TickCountPicksSourceByAvailability) {
-  fakeCount = 25'000'000;
-  EXPECT_EQ(tickCount(1, 10'000'000, fakeCounter, fakeWallTicks), 2500);
-  // Without a counter the wall clock answers and the frequency is not used
-  // (0 here would divide by zero if it were).
-  EXPECT_EQ(tickCount(0, 0, counterMustNotBeRead, fakeWallTicks), 12'345);
+  auto counter = [](long long* count) {
+    *count = 25'000'000;
+    return 1;
+  };
+  auto wallTicks = [] { return 123'456'789LL; };
+  EXPECT_EQ(tickCount(1, 10'000'000, counter, wallTicks), 2500);
+  // Without a counter the wall clock answers; neither the counter (null
+  // here) nor the frequency (0 would divide by zero) is used.
+  EXPECT_EQ(tickCount(0, 0, nullptr, wallTicks), 12'345);
 }
 
 }  // namespace

@@ -57,7 +57,8 @@ inline bool reach(const std::atomic<int>& flag, int value, Millis limit = 10s) {
   return within(limit, [&] { return flag == value; });
 }
 
-// True once `pid` has ended: gone, or a zombie left for another reaper.
+// True once `pid` has ended: gone, or a zombie. (An orphan is reaped
+// elsewhere; qemu-user refuses PR_SET_CHILD_SUBREAPER.)
 inline bool hasEnded(pid_t pid) {
   std::FILE* stat =
       std::fopen(("/proc/" + std::to_string(pid) + "/stat").c_str(), "r");
@@ -70,21 +71,18 @@ inline bool hasEnded(pid_t pid) {
 
 constexpr int kHung = 1000;  // the process did not end in time
 
-// Exit code, 128 + signal, or kHung after killing a process that did not end
-// within `limit`. An orphan that this process does not reap (qemu-user
-// refuses PR_SET_CHILD_SUBREAPER) can only be watched until it ends: 0.
-inline int waitForPid(pid_t pid, Millis limit = 10s, bool watchOnly = false) {
+// Exit code, 128 + signal, or kHung after killing a child that did not end
+// within `limit`.
+inline int waitForPid(pid_t pid, Millis limit = 10s) {
   int status = 0;
   pid_t done = 0;
-  if (!within(limit, [&] {
-        return watchOnly ? hasEnded(pid)
-                         : (done = ::waitpid(pid, &status, WNOHANG)) != 0;
-      })) {
+  if (!within(limit,
+              [&] { return (done = ::waitpid(pid, &status, WNOHANG)) != 0; })) {
     ::kill(pid, SIGKILL);
-    if (!watchOnly) ::waitpid(pid, &status, 0);
+    ::waitpid(pid, &status, 0);
     return kHung;
   }
-  if (watchOnly || done < 0) return watchOnly ? 0 : -1;
+  if (done < 0) return -1;
   return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
@@ -124,8 +122,7 @@ struct Shared {
 
 // Handshakes between the processes of one test.
 struct Steps {
-  std::atomic<int> held{0}, release{0}, go{0}, parentDone{0}, finish{0},
-      childIn{0}, step{0};
+  std::atomic<int> held{0}, release{0}, go{0}, finish{0}, childIn{0}, step{0};
   std::atomic<pid_t> holderPid{0};
 };
 

@@ -17,8 +17,10 @@ namespace seams = TQBase::platform::namedmutextest;
 // Whether another thread gets `lock` now (it is free for it), twice over.
 bool freeForOthers(TQProcessLock& lock) {
   auto attempt = onOtherThread([&] {
-    lock.lock(), lock.lock();
-    lock.unlock(), lock.unlock();
+    lock.lock();
+    lock.lock();
+    lock.unlock();
+    lock.unlock();
   });
   return finishes(attempt);
 }

@@ -1,34 +1,18 @@
 // The lock classes of one process: read/write lock, semaphore, ordered
 // locker. (TQProcessLock has its own files.)
 
-#include <atomic>
 #include <climits>
-#include <future>
 #include <mutex>
 #include <random>
-#include <thread>
 #include <tuple>
-#include <vector>
 
 #include "TQBase/Locks.h"
-#include "gtest/gtest.h"
+#include "sync/SyncTestSupport.h"
 
 namespace {
 
 using namespace TQBase;
-using namespace std::chrono_literals;
-
-const auto onOtherThread = [](auto body) {
-  return std::async(std::launch::async, body);
-};
-// Long enough for a thread to reach its wait on a loaded machine; a thread
-// that has not yet only makes the check weaker.
-bool staysBlocked(std::future<void>& attempt) {
-  return attempt.wait_for(200ms) == std::future_status::timeout;
-}
-bool finishes(std::future<void>& attempt) {
-  return attempt.wait_for(10s) == std::future_status::ready;
-}
+using namespace TQBase::testsupport;
 
 TEST(RWLock, ReadersPassAWaitingWriterAndStrayReleasesAreIgnored) {
   TQWfirstRWLock lock;

@@ -1,105 +1,84 @@
 // Seeded random runs of up to four forked processes on a few names: init,
 // lock (nested), unlock, uninit, fork, exit() with locks held and never
-// destroyed, and SIGKILL of oneself or of a child, anywhere but inside a
-// measuring window. Each process that takes a lock enters a window that
-// counts its holders in a shared anonymous page: a second holder inside is
-// an overlap, which no seed may ever show. After each run, nothing of the
-// names may be left once one more user has come and gone (a killed last
-// user leaves the object for the next init to reclaim).
+// destroyed, and SIGKILL of oneself or of another process at any point. Whoever
+// takes a lock passes through a window that records its pid in a shared
+// anonymous page: finding another live process inside is an overlap, which
+// no seed may ever show. After each run, nothing of the names may be left
+// once one more user has come and gone (a killed last user leaves the
+// object for the next init to reclaim).
 //
 // CI runs a fixed set of seeds. To run more by hand:
 //   TQBASE_STRESS_SEEDS=1000:500 ./tqbase_sync_internal_tests
 //       --gtest_filter='ProcessLockStress.*'
 // runs seeds 1000 to 1499 (the variable is read by this test only).
 #include <sched.h>
-#include <signal.h>
-#include <sys/mman.h>
 #include <sys/prctl.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <atomic>
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
-#include <new>
 #include <random>
-#include <string>
 
 #include "TQBase/Locks.h"
-#include "gtest/gtest.h"
-#include "sync/ProcessLockTestSupport.h"
+#include "sync/SyncTestSupport.h"
+
+// Defined only in a program built with ThreadSanitizer.
+extern "C" __attribute__((weak)) void __tsan_init();
 
 namespace {
 
 using namespace TQBase;
 using namespace TQBase::testsupport;
 
-constexpr int kNames = 3;
-constexpr int kSlots = 4;  // processes alive at once
-constexpr int kOpsPerProcess = 300;
-
-// A slot word is pid << 8 | state, or 0 when free; the parent reserves it
-// with pid 0 and the child writes its pid. Then only compare-exchange moves
-// it, so a parent never kills a child that is inside a window, and a
-// child it dooms never frees its slot (the parent does, after the kill).
-enum SlotState : std::uint64_t { kRunning = 1, kInside = 2, kDoomed = 3 };
+constexpr int kNames = 3, kProcesses = 4, kOpsPerProcess = 300;
 
 struct StressPage {
-  std::atomic<int> inside[kNames];
+  std::atomic<pid_t> inside[kNames];  // who is in the window, or 0
+  // Processes running: a pid, -1 while forking, or 0 when free.
+  std::atomic<pid_t> members[kProcesses];
   std::atomic<int> overlaps, wrongResults, windows, forks, kills, exits;
-  std::atomic<std::uint64_t> slots[kSlots];
 };
-
-std::uint64_t slotWord(pid_t pid, SlotState state) {
-  return static_cast<std::uint64_t>(pid) << 8 | state;
-}
 
 struct Worker {
   StressPage& page;
   const std::string* names;
   std::mt19937 rng;
-  int slot;
-  TQProcessLock* locks[kNames] = {};  // never destroyed on the exit paths
-  bool initialised[kNames] = {};
-  int levels[kNames] = {};
-  pid_t children[8] = {};
-  int childSlots[8] = {};
-  int childCount = 0;
+  // Never destroyed on the exit paths.
+  TQProcessLock* locks[kNames] = {new TQProcessLock, new TQProcessLock,
+                                  new TQProcessLock};
+  int levels[kNames] = {-1, -1, -1};  // the model: -1 while not initialised
+  unsigned member = 0;                // its entry in the page's members
 
-  pid_t self() const { return ::getpid(); }
-  unsigned pick(unsigned n) { return rng() % n; }
+  unsigned pick(std::size_t n) { return static_cast<unsigned>(rng() % n); }
 
-  // A doomed worker dies as its parent meant it to, even if the parent was
-  // killed itself before it could send the signal.
-  void dieIfDoomed(SlotState next) {
-    std::uint64_t expected = slotWord(self(), kRunning);
-    if (!page.slots[slot].compare_exchange_strong(
-            expected, next == 0 ? 0 : slotWord(self(), next)))
-      ::raise(SIGKILL);
-  }
-
-  // Frees the slot on the way out.
-  void leaveSlot() { dieIfDoomed(SlotState(0)); }
-
+  // A holder killed inside leaves its pid behind, and the lock passes on
+  // only once it is dying: the next one waits for it to end. Any other pid
+  // found there, or leaving meanwhile, was inside at the same time.
   void window(int name) {
-    dieIfDoomed(kInside);
-    if (page.inside[name].fetch_add(1) != 0) ++page.overlaps;
+    const pid_t self = ::getpid();
+    pid_t other = 0;
+    if (!page.inside[name].compare_exchange_strong(other, self)) {
+      const auto stays = [&] { return page.inside[name] == other; };
+      if (!within(5s, [&] { return !stays() || hasEnded(other); }) ||
+          !stays()) {
+        ++page.overlaps;
+      }
+      page.inside[name] = self;
+    }
     for (unsigned i = pick(20); i > 0; --i) ::sched_yield();
-    page.inside[name].fetch_sub(1);
+    other = self;  // not when an overlapping holder took the window over
+    page.inside[name].compare_exchange_strong(other, 0);
     ++page.windows;
-    page.slots[slot].store(slotWord(self(), kRunning));
   }
 
   void init(int name) {
-    const int result = locks[name]->init(names[name].c_str());
-    if (result != (initialised[name] ? 85 : 0)) ++page.wrongResults;
-    initialised[name] = true;
+    const int expected = levels[name] < 0 ? 0 : 85;
+    if (locks[name]->init(names[name].c_str()) != expected) ++page.wrongResults;
+    levels[name] = std::max(levels[name], 0);
   }
 
   void lock(int name) {
-    if (!initialised[name]) return;  // would pass without exclusion
+    if (levels[name] < 0) return;  // would pass without exclusion
     for (int higher = name + 1; higher < kNames; ++higher)
       if (levels[higher] > 0) return;  // one order for all: no deadlock
     locks[name]->lock();
@@ -107,7 +86,7 @@ struct Worker {
   }
 
   void unlock(int name) {
-    if (levels[name] == 0) return;
+    if (levels[name] <= 0) return;
     --levels[name];
     locks[name]->unlock();
   }
@@ -115,126 +94,108 @@ struct Worker {
   void uninit(int name) {
     while (levels[name] > 0) unlock(name);
     locks[name]->uninit();
-    initialised[name] = false;
+    levels[name] = -1;
   }
 
-  void forkChild() {
-    int free = -1;
-    for (int s = 0; s < kSlots && free < 0; ++s) {
-      std::uint64_t expected = 0;
-      if (page.slots[s].compare_exchange_strong(expected, kRunning)) free = s;
-    }
-    if (free < 0 || childCount == 8) {
-      if (free >= 0) page.slots[free].store(0);
-      return;
-    }
+  // Frees entry `i` of the members if it still holds `pid`.
+  void leave(unsigned i, pid_t pid) {
+    page.members[i].compare_exchange_strong(pid, 0);
+  }
+
+  void forkChild(int) {
+    const unsigned i = pick(kProcesses);
+    pid_t entry = 0;
+    if (!page.members[i].compare_exchange_strong(entry, -1)) return;
     std::fflush(nullptr);
     const std::uint32_t childSeed = rng();
     const pid_t pid = ::fork();
-    if (pid == 0) {
-      page.slots[free].store(slotWord(::getpid(), kRunning));
-      slot = free;
-      rng.seed(childSeed);
-      childCount = 0;
-      for (int& level : levels) level = 0;  // the parent's threads own them
-      run();                                // on the inherited objects
+    // Either side may come first to write the entry; a failed fork frees it.
+    entry = -1;
+    page.members[i].compare_exchange_strong(
+        entry, pid == 0 ? ::getpid() : std::max(pid, 0));
+    if (pid != 0) {
+      page.forks += pid > 0;
+      return;
     }
-    ++page.forks;
-    children[childCount] = pid;
-    childSlots[childCount++] = free;
+    member = i;
+    rng.seed(childSeed);
+    for (int& level : levels) level = std::min(level, 0);  // the parent's
+    run();  // on the inherited objects
   }
 
-  void killChild() {
-    if (childCount == 0) return;
-    const int i = static_cast<int>(pick(static_cast<unsigned>(childCount)));
-    const pid_t pid = children[i];
-    std::uint64_t expected = slotWord(pid, kRunning);
-    if (page.slots[childSlots[i]].compare_exchange_strong(
-            expected, slotWord(pid, kDoomed))) {
-      ::kill(pid, SIGKILL);
-      ::waitpid(pid, nullptr, 0);
-      page.slots[childSlots[i]].store(0);
-      ++page.kills;
-    }
-    children[i] = children[--childCount];
-    childSlots[i] = childSlots[childCount];
+  // Any process but this one, at any point.
+  void killOther(int) {
+    const unsigned i = pick(kProcesses);
+    const pid_t pid = page.members[i];
+    if (pid <= 0 || pid == ::getpid()) return;
+    ::kill(pid, SIGKILL);
+    leave(i, pid);
+    ++page.kills;
   }
 
-  [[noreturn]] void end(bool killed) {
-    leaveSlot();
-    if (killed) {
-      ++page.kills;
-      ::raise(SIGKILL);
-    }
+  // With whatever it still holds.
+  [[noreturn]] void exitNow(int) {
+    leave(member, ::getpid());
     ++page.exits;
     std::exit(0);
   }
 
-  [[noreturn]] void start() {
-    for (auto*& lock : locks) lock = new TQProcessLock;
-    run();
+  void killSelf(int) {
+    leave(member, ::getpid());
+    ++page.kills;
+    ::raise(SIGKILL);
   }
 
+  struct Op {
+    unsigned weight;  // in thousandths
+    void (Worker::*run)(int name);
+  };
+  static constexpr Op kOps[] = {
+      {200, &Worker::init},  {350, &Worker::lock},     {300, &Worker::unlock},
+      {68, &Worker::uninit}, {70, &Worker::forkChild}, {2, &Worker::killOther},
+      {5, &Worker::exitNow}, {5, &Worker::killSelf}};
+
   [[noreturn]] void run() {
-    for (int op = 0; op < kOpsPerProcess; ++op) {
+    for (int i = 0; i < kOpsPerProcess; ++i) {
       const int name = static_cast<int>(pick(kNames));
-      const unsigned choice = pick(1000);
-      if (choice < 200) {
-        init(name);
-      } else if (choice < 550) {
-        lock(name);
-      } else if (choice < 850) {
-        unlock(name);
-      } else if (choice < 930) {
-        uninit(name);
-      } else if (choice < 970) {
-        forkChild();
-      } else if (choice < 990) {
-        killChild();
-      } else if (choice < 995) {
-        end(false);
-      } else {
-        end(true);
-      }
+      unsigned choice = pick(1000);
+      const Op* op = kOps;
+      while (choice >= op->weight) choice -= op++->weight;
+      (this->*op->run)(name);
       while (::waitpid(-1, nullptr, WNOHANG) > 0) {
       }
     }
-    if (pick(2) == 0) end(false);  // with whatever it still holds
+    if (pick(2) == 0) exitNow(0);
     for (int name = 0; name < kNames; ++name) uninit(name);
     for (TQProcessLock* lock : locks) delete lock;
-    end(false);
+    exitNow(0);
   }
 };
 
-// One seed; false with a message when a process did not end in time.
+// One seed, its processes in a group of their own under a deadline.
 void runSeed(std::uint32_t seed, StressPage& page, const std::string* names) {
   new (&page) StressPage();
   std::fflush(nullptr);
-  page.slots[0].store(kRunning);
   const pid_t root = ::fork();
   if (root == 0) {
     ::setpgid(0, 0);
-    page.slots[0].store(slotWord(::getpid(), kRunning));
-    Worker{page, names, std::mt19937(seed), 0}.start();
+    page.members[0] = ::getpid();
+    Worker{page, names, std::mt19937(seed)}.run();
   }
   ::setpgid(root, root);
   // As subreaper, every worker ends up a child of this process.
-  const auto end = Clock::now() + Millis(15000);
-  bool hung = false;
-  for (;;) {
-    const pid_t done = ::waitpid(-1, nullptr, WNOHANG);
-    if (done < 0 && errno == ECHILD) break;
-    if (done > 0) continue;
-    if (Clock::now() > end) {
-      hung = true;
-      ::kill(-root, SIGKILL);
-      while (::waitpid(-1, nullptr, 0) > 0) {
-      }
-      break;
+  const bool ended = within(15s, [&] {
+    pid_t done;
+    while ((done = ::waitpid(-1, nullptr, WNOHANG)) > 0) {
     }
-    std::this_thread::sleep_for(Millis(1));
+    return done < 0 && errno == ECHILD;
+  });
+  if (!ended) {
+    ::kill(-root, SIGKILL);
+    while (::waitpid(-1, nullptr, 0) > 0) {
+    }
   }
-  EXPECT_FALSE(hung) << "seed " << seed << ": processes still running";
+  EXPECT_TRUE(ended) << "seed " << seed << ": processes still running";
   EXPECT_EQ(page.overlaps.load(), 0) << "seed " << seed;
   EXPECT_EQ(page.wrongResults.load(), 0) << "seed " << seed;
   // One more user of every name reclaims what killed users left.
@@ -252,46 +213,31 @@ void runSeed(std::uint32_t seed, StressPage& page, const std::string* names) {
     EXPECT_FALSE(exists(names[name])) << "seed " << seed << " name " << name;
 }
 
-#if defined(__SANITIZE_THREAD__)
-#define TQBASE_TEST_UNDER_THREAD_SANITIZER 1
-#elif defined(__has_feature)
-#if __has_feature(thread_sanitizer)
-#define TQBASE_TEST_UNDER_THREAD_SANITIZER 1
-#endif
-#endif
-
 TEST(ProcessLockStress, NoTwoHoldersAndNothingLeft) {
   TQBASE_SKIP_WITHOUT_OWNER_DEATH_RECOVERY();
-#ifdef TQBASE_TEST_UNDER_THREAD_SANITIZER
   // Its view of a mutex is per process: states copied into forked children
   // and addresses that later mappings reuse give false reports.
-  GTEST_SKIP() << "ThreadSanitizer cannot follow mutexes across processes";
-#endif
+  if (__tsan_init != nullptr)
+    GTEST_SKIP() << "ThreadSanitizer cannot follow mutexes across processes";
   std::uint32_t first = 20240601, count = 40;
   if (const char* seeds = std::getenv("TQBASE_STRESS_SEEDS")) {
-    unsigned long a = 0, b = 0;
-    ASSERT_EQ(std::sscanf(seeds, "%lu:%lu", &a, &b), 2) << "want first:count";
+    ASSERT_EQ(std::sscanf(seeds, "%u:%u", &first, &count), 2)
+        << "want first:count";
     ::alarm(0);  // long runs by hand: each seed keeps its own deadline
-    first = static_cast<std::uint32_t>(a);
-    count = static_cast<std::uint32_t>(b);
   }
   const std::string names[kNames] = {uniqueName("stress"),
                                      uniqueName("stress/\\x"),
                                      uniqueName(std::string(250, 's'))};
-  void* memory = ::mmap(nullptr, sizeof(StressPage), PROT_READ | PROT_WRITE,
-                        MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-  ASSERT_NE(memory, MAP_FAILED);
-  auto& page = *static_cast<StressPage*>(memory);
+  Shared<StressPage> page;
   ::prctl(PR_SET_CHILD_SUBREAPER, 1);
   int windows = 0, forks = 0, kills = 0, exits = 0;
-  for (std::uint32_t seed = first; seed - first < count; ++seed) {
-    runSeed(seed, page, names);
-    windows += page.windows, forks += page.forks, kills += page.kills;
-    exits += page.exits;
-    if (HasFailure()) break;
+  for (std::uint32_t seed = first; seed - first < count && !HasFailure();
+       ++seed) {
+    runSeed(seed, *page, names);
+    windows += page->windows, forks += page->forks, kills += page->kills;
+    exits += page->exits;
   }
   ::prctl(PR_SET_CHILD_SUBREAPER, 0);
-  ::munmap(memory, sizeof(StressPage));
   std::printf("%u seeds: %d windows, %d forks, %d kills, %d exits\n", count,
               windows, forks, kills, exits);
 }

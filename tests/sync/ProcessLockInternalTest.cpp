@@ -345,7 +345,7 @@ TEST(ProcessLock, WaiterGetsTheLockFromTheDeadAndAfterALostWakeUp) {
 struct Seams : ::testing::Test {
   void TearDown() override {
     seams::hook = nullptr;
-    seams::collideHashes = false;
+    seams::collidingHash = 0;
   }
 };
 
@@ -356,7 +356,7 @@ struct Seams : ::testing::Test {
 TEST_F(Seams, HashedSlotHoldingAnotherName) {
   const std::string first = uniqueName(std::string(250, 'a')),
                     second = uniqueName(std::string(250, 'b'));
-  seams::collideHashes = true;
+  seams::collidingHash = static_cast<std::uint64_t>(::getpid());
   Shared<Steps> page;
   TQProcessLock a, b;
   ASSERT_EQ(a.init(first.c_str()), 0);

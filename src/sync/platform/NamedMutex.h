@@ -1,6 +1,7 @@
 #ifndef TQBASE_SYNC_PLATFORM_NAMEDMUTEX_H_
 #define TQBASE_SYNC_PLATFORM_NAMEDMUTEX_H_
 
+#include <cstdint>
 #include <string>
 
 namespace TQBase {
@@ -46,8 +47,10 @@ namespace namedmutextest {
 /// Points in opening a named mutex where `hook`, when set, is called.
 enum class Stage { kOpened, kBuilding };
 extern void (*hook)(Stage stage, const std::string& objectName);
-/// When set, every long name hashes alike, so their slots collide.
-extern bool collideHashes;
+/// When not 0, every long name hashes to this value, so their slots
+/// collide; a value of the test process's own (its pid) keeps other
+/// processes running the same test off its objects.
+extern std::uint64_t collidingHash;
 /// Where the mutex lies in a named object, for tests that stage states of
 /// its futex word.
 extern const unsigned long mutexOffset;

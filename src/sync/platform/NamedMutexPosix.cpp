@@ -60,7 +60,7 @@ namespace platform {
 
 namespace namedmutextest {
 void (*hook)(Stage stage, const std::string& objectName) = nullptr;
-bool collideHashes = false;
+std::uint64_t collidingHash = 0;
 }  // namespace namedmutextest
 
 namespace {
@@ -171,7 +171,8 @@ std::string hashHex(const std::string& name) {
   }
   h1 = mix64(h1 + h2);
   h2 = mix64(h2 + h1);
-  if (namedmutextest::collideHashes) h1 = h2 = 0;
+  if (namedmutextest::collidingHash != 0)
+    h1 = h2 = namedmutextest::collidingHash;
   static const char kHex[] = "0123456789abcdef";
   std::string hex;
   for (std::uint64_t lane : {h1, h2}) {

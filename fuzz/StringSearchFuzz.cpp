@@ -94,11 +94,20 @@ std::string repeated(const std::string& word, std::size_t size, bool change,
 // resuming behind each occurrence.
 void checkReplaceAndSplit(const std::string& s, const std::string& sub,
                           std::uint8_t f) {
-  if (sub.empty()) return;  // SplitJoin holds the empty separator
   // Shorter, longer, and of the same size (written in place).
   const std::string afters[] = {"", sub + "x",
                                 std::string(sub.rbegin(), sub.rend())};
   const std::string& after = afters[f % 3];
+  if (sub.empty()) {  // replaces nothing; SplitJoin holds the split
+    std::string got = s;
+    FUZZ_CHECK(stdstring::replace(got, sub, std::string("x")) == 0);
+    FUZZ_CHECK(got == s);
+    std::wstring wide(s.begin(), s.end());
+    FUZZ_CHECK(stdstring::replace(wide, std::wstring(), std::wstring(L"x")) ==
+               0);
+    FUZZ_CHECK(wide == std::wstring(s.begin(), s.end()));
+    return;
+  }
   std::string want;
   std::list<std::string> tokens;
   std::size_t copied = 0;

@@ -189,7 +189,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data,
   checkIntegers(s);
   const int base = choice % 38;  // 0 and 2..36 valid; 1 and 37 not
   if (base == 1 || base == 37) {
-    checkUnsignedBadBase(s, base == 1 ? 1 : -static_cast<int>(choice));
+    checkUnsignedBadBase(s, base);
+    checkUnsignedBadBase(s, -static_cast<int>(choice));
   } else {
     checkUnsigned(s, base);
   }

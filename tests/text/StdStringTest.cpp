@@ -26,6 +26,7 @@ TEST(StdStringCase, ByteMappingKeepsHighBytes) {
   EXPECT_EQ(stdstring::toLowerStr(bytes), lower);
   EXPECT_EQ(stdstring::toUpperStr(bytes), upper);
   EXPECT_EQ(stdstring::toLowerStr(bytes.substr(0, 255)), lower.substr(0, 255));
+  EXPECT_EQ(stdstring::toUpperStr(std::string()), "");
 }
 
 TEST(StdStringCase, WideUnitsUseTowlower) {

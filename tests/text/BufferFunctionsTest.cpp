@@ -17,15 +17,16 @@ TEST(BufferHex, NullBuffersWithNothingToDo) {
 }
 
 // A text long enough for the filter and its budget: FindStr measures it in
-// growing chunks, and a match across a chunk's end is still found.
+// growing chunks (the first of 6000 bytes for this needle), and a match
+// across a chunk's end is still found.
 TEST(BufferSearch, FindStrAcrossMeasuredChunks) {
   std::string text(20000, 'a');
   std::string needle(3000, 'a');
   needle[1500] = 'b';
-  text.replace(9000, needle.size(), needle);
-  EXPECT_EQ(FindStr(&text[0], &needle[0], -1), &text[9000]);
-  EXPECT_EQ(FindStr(&text[0], &needle[0], 11999), nullptr);
-  EXPECT_EQ(FindStr(&text[0], &needle[0], 12000), &text[9000]);
+  text.replace(4000, needle.size(), needle);
+  EXPECT_EQ(FindStr(&text[0], &needle[0], -1), &text[4000]);
+  EXPECT_EQ(FindStr(&text[0], &needle[0], 6999), nullptr);
+  EXPECT_EQ(FindStr(&text[0], &needle[0], 7000), &text[4000]);
   char small[] = "b";
   EXPECT_EQ(FindStr(&text[0], small, 4096), nullptr);
 }

@@ -94,10 +94,6 @@ std::string repeated(const std::string& word, std::size_t size, bool change,
 // resuming behind each occurrence.
 void checkReplaceAndSplit(const std::string& s, const std::string& sub,
                           std::uint8_t f) {
-  // Shorter, longer, and of the same size (written in place).
-  const std::string afters[] = {"", sub + "x",
-                                std::string(sub.rbegin(), sub.rend())};
-  const std::string& after = afters[f % 3];
   if (sub.empty()) {  // replaces nothing; SplitJoin holds the split
     std::string got = s;
     FUZZ_CHECK(stdstring::replace(got, sub, std::string("x")) == 0);
@@ -108,6 +104,10 @@ void checkReplaceAndSplit(const std::string& s, const std::string& sub,
     FUZZ_CHECK(wide == std::wstring(s.begin(), s.end()));
     return;
   }
+  // Shorter, longer, and of the same size (written in place).
+  const std::string afters[] = {"", sub + "x",
+                                std::string(sub.rbegin(), sub.rend())};
+  const std::string& after = afters[f % 3];
   std::string want;
   std::list<std::string> tokens;
   std::size_t copied = 0;

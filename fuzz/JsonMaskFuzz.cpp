@@ -54,8 +54,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data,
                                       std::size_t size) {
   fuzz::Input in(data, size);
   const char mask = static_cast<char>(in.byte());
+  // Up to three keys; the count byte's high bits repeat each key, for long
+  // periodic keys that overrun the search's filter budget.
+  const std::uint8_t count = in.byte();
   std::list<std::string> keys;
-  for (std::size_t k = in.small(3); k > 0; --k) keys.push_back(in.bytes(10));
+  for (std::size_t k = count % 4u; k > 0; --k) {
+    const std::string word = in.bytes(10);
+    keys.emplace_back();
+    for (std::size_t r = 1 + (count / 4u) % 16u; r > 0; --r)
+      keys.back() += word;
+  }
   const std::string json = in.rest();
 
   const std::string got = stdstring::MaskJsonValue(json, keys, mask);

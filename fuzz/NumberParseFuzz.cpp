@@ -1,7 +1,7 @@
 // The number parsers against a digit-by-digit model of the integer rules
-// (32-bit int and long, 64-bit long long, 32-bit unsigned with every base)
-// and against strtod for the floating forms, errno included: 0 after a clean
-// conversion, ERANGE after an out-of-range one.
+// (32-bit int and long, 64-bit long long, 32-bit unsigned with every base),
+// itself held to strtoll, and against strtod for the floating forms, errno
+// included: ERANGE after an out-of-range conversion, 0 otherwise.
 
 #include <cerrno>
 #include <cmath>
@@ -77,9 +77,9 @@ Outcome signedModel(const char* t, int bits, long long& value) {
   return Outcome::value;
 }
 
+// Also 0 when nothing was converted.
 void expectErrno(Outcome o) {
-  if (o == Outcome::value) FUZZ_CHECK(errno == 0);
-  if (o == Outcome::outOfRange) FUZZ_CHECK(errno == ERANGE);
+  FUZZ_CHECK(errno == (o == Outcome::outOfRange ? ERANGE : 0));
 }
 
 void checkIntegers(const std::string& s) {
@@ -94,6 +94,15 @@ void checkIntegers(const std::string& s) {
   expectErrno(o);
 
   o = signedModel(t, 64, expected);
+  // The model reads as the C library's strtoll does, the reference of the
+  // direct decimal parser, so the library agrees with that too.
+  errno = 0;
+  char* end = nullptr;
+  const long long reference = std::strtoll(t, &end, 10);
+  FUZZ_CHECK(o == (end == t          ? Outcome::noNumber
+                   : errno == ERANGE ? Outcome::outOfRange
+                                     : Outcome::value));
+  FUZZ_CHECK(o != Outcome::value || expected == reference);
   errno = 12345;
   FUZZ_CHECK(stdstring::stoll(s) == expected);
   expectErrno(o);
@@ -180,7 +189,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data,
   checkIntegers(s);
   const int base = choice % 38;  // 0 and 2..36 valid; 1 and 37 not
   if (base == 1 || base == 37) {
-    checkUnsignedBadBase(s, base == 1 ? 1 : -static_cast<int>(choice));
+    checkUnsignedBadBase(s, base);
+    checkUnsignedBadBase(s, -static_cast<int>(choice));
   } else {
     checkUnsigned(s, base);
   }

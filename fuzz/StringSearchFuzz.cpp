@@ -1,9 +1,14 @@
-// The stdstring searches and comparisons, and TQByteArray's compare and
-// indexOf, against naive models in both case modes.
+// The stdstring searches and comparisons, replace (narrow and wide) and
+// SplitStringRgx, and TQByteArray's compare and indexOf, against naive models
+// in both case modes. Shaped inputs reach what a needle of 8 bytes cannot:
+// long periodic needles (long borders, or `a` with one `b` in a text of `a`)
+// that overrun the anchor filter's budget and go to the two-way search.
 
 #include <algorithm>
 #include <cstring>
+#include <list>
 #include <string>
+#include <vector>
 
 #include "FuzzSupport.h"
 #include "TQBase/StdString.h"
@@ -74,6 +79,61 @@ bool sameUpTo(const char* a, const char* b, std::size_t m, bool cs) {
 
 int sign(int v) { return (v > 0) - (v < 0); }
 
+// `word` repeated up to `size` bytes, with the byte at `at` (modulo the
+// size) changed to `to` when `change` is set.
+std::string repeated(const std::string& word, std::size_t size, bool change,
+                     std::size_t at, char to) {
+  std::string r;
+  while (!word.empty() && r.size() < size) r += word;
+  r.resize(std::min(r.size(), size));
+  if (change && !r.empty()) r[at % r.size()] = to;
+  return r;
+}
+
+// replace and SplitStringRgx cut where a scan from the start finds `sub`,
+// resuming behind each occurrence.
+void checkReplaceAndSplit(const std::string& s, const std::string& sub,
+                          std::uint8_t f) {
+  if (sub.empty()) {  // replaces nothing; SplitJoin holds the split
+    std::string got = s;
+    FUZZ_CHECK(stdstring::replace(got, sub, std::string("x")) == 0);
+    FUZZ_CHECK(got == s);
+    std::wstring wide(s.begin(), s.end());
+    FUZZ_CHECK(stdstring::replace(wide, std::wstring(), std::wstring(L"x")) ==
+               0);
+    FUZZ_CHECK(wide == std::wstring(s.begin(), s.end()));
+    return;
+  }
+  // Shorter, longer, and of the same size (written in place).
+  const std::string afters[] = {"", sub + "x",
+                                std::string(sub.rbegin(), sub.rend())};
+  const std::string& after = afters[f % 3];
+  std::string want;
+  std::list<std::string> tokens;
+  std::size_t copied = 0;
+  for (std::size_t p = indexModel(s, sub, 0, true); p != npos;
+       p = indexModel(s, sub, p + sub.size(), true)) {
+    tokens.push_back(s.substr(copied, p - copied));
+    want += tokens.back() + after;
+    copied = p + sub.size();
+  }
+  tokens.push_back(s.substr(copied));
+  want += tokens.back();
+  const int count = static_cast<int>(tokens.size()) - 1;
+
+  std::string got = s;
+  FUZZ_CHECK(stdstring::replace(got, sub, after) == count);
+  FUZZ_CHECK(got == want);
+  std::wstring wide(s.begin(), s.end());
+  FUZZ_CHECK(stdstring::replace(wide, std::wstring(sub.begin(), sub.end()),
+                                std::wstring(after.begin(), after.end())) ==
+             count);
+  FUZZ_CHECK(wide == std::wstring(want.begin(), want.end()));
+  std::list<std::string> split = {"stale"};
+  FUZZ_CHECK(stdstring::SplitStringRgx(split, s, sub, false) == count + 1);
+  FUZZ_CHECK(split == tokens);
+}
+
 void checkByteArray(const std::string& s, const std::string& sub, int from,
                     bool cs) {
   const TQByteArray a(s.data(), static_cast<int>(s.size()));
@@ -123,13 +183,35 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data,
   fuzz::Input in(data, size);
   const std::uint8_t flags = in.byte();
   const bool cs = (flags & 1) != 0;
-  // from: small, near the end, or npos.
   const std::uint8_t f = in.byte();
-  const std::string sub = in.bytes(8);
-  const std::string s = in.rest();
+  // Shaped (flag 8): the needle is `sub` repeated up to 256 bytes or a piece
+  // of the text (flag 64) in upper case (flag 128), the text `rest` repeated
+  // up to 2040 bytes, each with one byte changed (flags 16, 32).
+  std::uint8_t shape[5] = {};
+  if ((flags & 8) != 0) {
+    for (std::uint8_t& b : shape) b = in.byte();
+  }
+  std::string sub = in.bytes(8);
+  std::string s = in.rest();
+  if ((flags & 8) != 0) {
+    const char to = static_cast<char>(shape[3]);
+    s = repeated(s, 8 * std::size_t{shape[4]}, (flags & 32) != 0, shape[2], to);
+    const std::size_t m = 1 + std::size_t{shape[0]};
+    sub = (flags & 64) != 0 && !s.empty()
+              ? s.substr(shape[1] % s.size(), m)
+              : repeated(sub, m, (flags & 16) != 0, shape[1], to);
+    if ((flags & 128) != 0) {
+      for (char& c : sub) {
+        if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 32);
+      }
+    }
+  }
+  // from: small, npos, near the end, or near the end by the needle's size.
   std::size_t from = f;
   if ((flags & 6) == 2) from = npos;
   if ((flags & 6) == 4) from = s.size() >= (f & 7) ? s.size() - (f & 7) : 0;
+  if ((flags & 6) == 6)
+    from = s.size() - std::min(s.size(), sub.size() + (f & 3));
 
   FUZZ_CHECK(stdstring::indexOf(s, sub, from, cs) ==
              indexModel(s, sub, from, cs));
@@ -166,6 +248,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data,
   FUZZ_CHECK(stdstring::ascii_isspace(c) ==
              (u == ' ' || (u >= '\t' && u <= '\r')));
 
+  checkReplaceAndSplit(s, sub, f);
   checkByteArray(s, sub, static_cast<int>(f) - 128, cs);
   checkByteArray(s, sub, static_cast<int>(f & 15), cs);
   return 0;

@@ -190,7 +190,7 @@ template <typename T>
   return static_cast<T>((magnitude ^ (0 - minus)) + minus);
 }
 
-// parseInt32, inlined into the exported parsers.
+// The 32-bit decimal parser of stoi and stol, inlined into both.
 [[gnu::always_inline]] inline NumberFailure parseInt32Inline(
     const char* text, int& value) noexcept {
   value = 0;
@@ -239,10 +239,6 @@ NumberFailure parseInt64(const char* text, long long& value) noexcept {
   return convert(text, value, [](const char* t, char** end) {
     return std::strtoll(t, end, 10);
   });
-}
-
-NumberFailure parseInt32(const char* text, int& value) noexcept {
-  return parseInt32Inline(text, value);
 }
 
 NumberFailure parseUInt32(const char* text, int base,

@@ -1,0 +1,34 @@
+#ifndef TQBASE_TESTS_SUPPORT_EVERYPLACEMENT_H_
+#define TQBASE_TESTS_SUPPORT_EVERYPLACEMENT_H_
+
+#include <algorithm>
+#include <cstddef>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace tqtest {
+
+// The differential tests hold a fast form to its plain twin on every length
+// from 0 to 200 of the start of `source`, at every alignment below
+// `alignBytes`. Each piece is a copy that ends where its allocation ends, so
+// that a read past it shows under AddressSanitizer. Stops at the first
+// piece that fails, and names it.
+template <typename T, typename Check>
+void forEveryPlacement(const std::vector<T>& source, std::size_t alignBytes,
+                       Check check) {
+  for (std::size_t length = 0; length <= 200; ++length)
+    for (std::size_t align = 0; align < alignBytes / sizeof(T); ++align) {
+      std::vector<T> buffer(align + length);
+      std::copy_n(source.begin(), length, buffer.begin() + align);
+      check(buffer.data() + align, length);
+      if (::testing::Test::HasFailure()) {
+        ADD_FAILURE() << "length " << length << ", alignment " << align;
+        return;
+      }
+    }
+}
+
+}  // namespace tqtest
+
+#endif  // TQBASE_TESTS_SUPPORT_EVERYPLACEMENT_H_

@@ -122,7 +122,8 @@ TEST(TextFormsKernels, VectorFormsMatchThePlainOnes) {
   });
 }
 
-// The size helpers must not wrap at any size an int can state.
+// The size helpers must not wrap at any size an int can state. (Where the
+// members refuse, and so their helpers, the byte array's limit test checks.)
 TEST(TextFormsKernels, SizeHelpersStopAtTheLargestCapacity) {
   EXPECT_EQ(allocationFor(kMaxWantedCapacity), 0x7FFFF000);
   EXPECT_EQ(base64EncodedSize(1610609661), 2147479548);
@@ -130,9 +131,7 @@ TEST(TextFormsKernels, SizeHelpersStopAtTheLargestCapacity) {
   EXPECT_THROW(base64EncodedSize(1610612734), std::bad_alloc);  // int wraps
   EXPECT_EQ(base64DecodedBound(INT_MAX), 1610612735);
   EXPECT_EQ(hexEncodedSize(1073741823), 2147483646);
-  EXPECT_EQ(hexEncodedSize(1073741824), 0);
   EXPECT_EQ(percentEncodedBound(715826517), 2147479551);
-  EXPECT_THROW(percentEncodedBound(715826518), std::bad_alloc);
   EXPECT_THROW(percentEncodedBound(INT_MAX), std::bad_alloc);
 }
 

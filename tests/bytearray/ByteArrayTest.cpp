@@ -1,5 +1,10 @@
+#include <sys/mman.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <climits>
+#include <cstring>
+#include <new>
 #include <random>
 #include <string>
 #include <tuple>
@@ -60,91 +65,6 @@ TEST(ByteArrayStorage, CapacityLadder) {
   }
 }
 
-// One random edit: the arguments drawn for it, the array before it, and
-// the model. Each operation below edits both and returns where the array's
-// bytes must be afterwards: `data` when they must stay in place, the
-// argument's bytes when the array must share them, null when either may be.
-struct EditStep {
-  TQByteArray& a;
-  std::string& model;
-  const TQByteArray& arg;     // this array itself (mode 0) or a fresh copy
-  const std::string& piece;   // what `src`/`arg` hold
-  const std::string& to;      // the replacement of replace(before, after)
-  const std::string& before;  // the model before the edit
-  const char* data;           // the array's bytes before the edit
-  const char* src;            // raw bytes: in the array (modes 0, 1) or not
-  int size, capacity, mode, pos, n, off;
-  char x, y;
-
-  bool raw() const { return mode % 2 != 0; }  // a member's raw-bytes form
-  bool inside() const { return pos >= 0 && pos <= size; }
-  bool cuts() const { return inside() && pos < size && n > 0; }
-  int len() const { return static_cast<int>(piece.size()); }
-};
-
-const char* appendStep(EditStep& e) {
-  e.raw() ? e.a.append(e.src, e.len()) : e.a.append(e.arg);
-  e.model += e.piece;  // on an empty array append(arg) shares like `=`
-  if (e.size == 0 && e.mode == 2) return e.arg.constData();
-  return e.len() == 0 && (e.size > 0 || e.mode != 2) ? e.data : nullptr;
-}
-
-const char* insertStep(EditStep& e) {
-  e.raw() ? e.a.insert(e.pos, e.src, e.len()) : e.a.insert(e.pos, e.arg);
-  if (e.inside()) e.model.insert(e.pos, e.piece);
-  return !e.inside() || e.len() == 0 ? e.data : nullptr;
-}
-
-// remove, then insert of what is left
-const char* replaceRangeStep(EditStep& e) {
-  e.a.replace(e.pos, e.n, e.arg);
-  if (e.cuts()) e.model.erase(e.pos, e.n);
-  if (e.inside())
-    e.model.insert(e.pos, e.mode == 0 ? std::string(e.model) : e.piece);
-  return !e.cuts() && (!e.inside() || e.len() == 0) ? e.data : nullptr;
-}
-
-const char* replaceAllStep(EditStep& e) {
-  const auto npos = std::string::npos;
-  e.a.replace(e.arg, arrayOf(e.to));
-  for (auto at = e.len() == 0 ? npos : e.model.find(e.piece); at != npos;
-       at = e.model.find(e.piece, at + e.to.size()))
-    e.model.replace(at, e.len(), e.to);
-  return e.len() == 0 || e.before.find(e.piece) == npos ? e.data : nullptr;
-}
-
-const char* replaceByteStep(EditStep& e) {
-  e.a.replace(e.x, e.y);
-  std::replace(e.model.begin(), e.model.end(), e.x, e.y);
-  return e.x == e.y || e.before.find(e.x) == std::string::npos ? e.data
-                                                               : nullptr;
-}
-
-const char* resizeStep(EditStep& e) {
-  e.a.resize(e.n);  // grown bytes are unset but for the old terminator
-  if (e.n > e.size)
-    std::fill_n(e.a.getData() + e.size + 1, e.n - e.size - 1, '\0');
-  e.model.resize(std::max(e.n, 0));
-  return e.n == e.size && e.n > 0 ? e.data : nullptr;
-}
-
-const char* reserveOrSqueezeStep(EditStep& e) {
-  e.n > 3 ? e.a.reserve(e.n * 3) : e.a.squeeze();
-  const bool kept = e.n > 3 ? e.n * 3 <= e.capacity : e.capacity <= e.size;
-  return kept ? e.data : nullptr;
-}
-
-const char* writeStep(EditStep& e) {
-  if (e.size > 0) e.a.getData()[e.off % e.size] = e.model[e.off % e.size] = 'z';
-  return nullptr;
-}
-
-const char* assignStep(EditStep& e) {
-  e.raw() ? e.a = e.src : e.a = e.arg;  // mode 0: self-assignment
-  e.model = e.raw() ? e.piece.c_str() : e.piece;
-  return e.mode == 0 ? e.data : e.mode == 2 ? e.arg.constData() : nullptr;
-}
-
 // Random edits of an array that starts on raw memory, against a std::string
 // model. On odd steps a second handle shares the array: it must keep its
 // bytes, and members that change nothing must not detach. Arguments often
@@ -156,10 +76,7 @@ TEST(ByteArrayEdit, RandomEditsMatchStringModel) {
   const char memory[] = "ab\0ba";  // the literal's NUL ends the raw bytes
   const std::string pool("ab\0a\tb \xA0\0\x85\vba\rab \0\xFF", 19);
   const char* const space = " \t\n\v\f\r";  // what trimmed() strips
-  const char* (*const steps[])(EditStep&) = {
-      appendStep,           insertStep,      replaceRangeStep,
-      replaceAllStep,       replaceByteStep, resizeStep,
-      reserveOrSqueezeStep, writeStep,       assignStep};
+  const auto npos = std::string::npos;
   for (unsigned trial = 0; trial < 200; ++trial) {
     SCOPED_TRACE(trial);
     std::mt19937 rng(4242 + trial);
@@ -171,17 +88,66 @@ TEST(ByteArrayEdit, RandomEditsMatchStringModel) {
       const TQByteArray kept = step % 2 != 0 ? a : TQByteArray();
       const std::string before = model, to = text(pick(0, 3));
       const char* data = a.constData();
-      const int size = a.size(), mode = pick(0, 3);
+      const int size = a.size(), capacity = a.capacity(), mode = pick(0, 3);
       const int off = mode == 1 ? pick(0, size) : 0;  // 0: a, 1: its tail
+      // The argument: this array itself (mode 0), its tail (1) or other
+      // bytes, as raw bytes `src` (odd modes) or as an array `arg`.
       const std::string piece = mode < 2 ? model.substr(off) : text(pick(0, 5));
       const TQByteArray fresh = arrayOf(piece), &arg = mode == 0 ? a : fresh;
       const char* src = mode < 2 ? data + off : piece.data();
-      const int pos = pick(-2, size + 2), n = pick(-2, 6);
+      const int pos = pick(-2, size + 2), n = pick(-2, 6), len = piece.size();
       const char x = "ab\0"[pick(0, 2)], y = "ab\0"[pick(0, 2)];
-      EditStep e{a,    model,        arg,  piece, to, before, data, src,
-                 size, a.capacity(), mode, pos,   n,  off,    x,    y};
+      const bool raw = mode % 2 != 0, inside = pos >= 0 && pos <= size;
+      const bool cuts = inside && pos < size && n > 0;
       const int op = pick(0, 8);
-      const char* same = steps[op](e);  // where the bytes must stay or go
+      // Edits both, and gives where the array's bytes must be afterwards:
+      // `data` when they must stay in place, the argument's bytes when the
+      // array must share them, null when either may be.
+      const char* same = [&]() -> const char* {
+        switch (op) {
+          case 0:  // on an empty array append(arg) shares like `=`
+            raw ? a.append(src, len) : a.append(arg);
+            model += piece;
+            if (size == 0 && mode == 2) return arg.constData();
+            return len == 0 && (size > 0 || mode != 2) ? data : nullptr;
+          case 1:
+            raw ? a.insert(pos, src, len) : a.insert(pos, arg);
+            if (inside) model.insert(pos, piece);
+            return !inside || len == 0 ? data : nullptr;
+          case 2:  // remove, then insert of what is left
+            a.replace(pos, n, arg);
+            if (cuts) model.erase(pos, n);
+            if (inside)
+              model.insert(pos, mode == 0 ? std::string(model) : piece);
+            return !cuts && (!inside || len == 0) ? data : nullptr;
+          case 3:
+            a.replace(arg, arrayOf(to));
+            for (auto at = len == 0 ? npos : model.find(piece); at != npos;
+                 at = model.find(piece, at + to.size()))
+              model.replace(at, len, to);
+            return len == 0 || before.find(piece) == npos ? data : nullptr;
+          case 4:
+            a.replace(x, y);
+            std::replace(model.begin(), model.end(), x, y);
+            return x == y || before.find(x) == npos ? data : nullptr;
+          case 5:  // grown bytes are unset but for the old terminator
+            a.resize(n);
+            if (n > size) std::fill_n(a.getData() + size + 1, n - size - 1, 0);
+            model.resize(std::max(n, 0));
+            return n == size && n > 0 ? data : nullptr;
+          case 6:
+            n > 3 ? a.reserve(n * 3) : a.squeeze();
+            return (n > 3 ? n * 3 <= capacity : capacity <= size) ? data
+                                                                  : nullptr;
+          case 7:
+            if (size > 0) a.getData()[off % size] = model[off % size] = 'z';
+            return nullptr;
+          default:
+            raw ? a = src : a = arg;  // mode 0: self-assignment
+            model = raw ? piece.c_str() : piece;
+            return mode == 0 ? data : mode == 2 ? arg.constData() : nullptr;
+        }
+      }();
       const int now = model.size();
       ASSERT_EQ(bytesOf(a), model);
       ASSERT_EQ(bytesOf(kept), step % 2 != 0 ? before : "");
@@ -295,6 +261,60 @@ TEST(ByteArrayTextForms, KnownAnswers) {
   const std::string mixed("AZaz09-./_~ ,:@[^`{\x7F\x80\xFF\0", 23);
   EXPECT_EQ(bytesOf(arrayOf(mixed).toPercentEncoding()),
             "AZaz09-./_~%20%2C%3A%40%5B%5E%60%7B%7F%80%FF%00");
+}
+
+// Sizes at and past the limits: members refuse them before anything is read
+// or wrapped, and read a C string no further than the result needs. The raw
+// records here claim far more than the bytes behind them.
+TEST(ByteArrayLimits, SizesPastTheLimitsThrowBadAlloc) {
+  EXPECT_THROW(TQByteArray("abc").reserve(0x7FFFF000), std::bad_alloc);
+  EXPECT_THROW(TQByteArray("abc").resize(INT_MAX), std::bad_alloc);
+  const char memory[] = "%%%";
+  const TQByteArray huge = TQByteArray::fromRawData(memory, INT_MAX - 2);
+  EXPECT_THROW(TQByteArray(huge).append("abcd", 4), std::bad_alloc);
+  EXPECT_THROW(TQByteArray(huge).insert(0, "abcd", 4), std::bad_alloc);
+  EXPECT_THROW(huge.toBase64(), std::bad_alloc);
+  EXPECT_EQ(TQByteArray::fromRawData(memory, 1 << 30).toHex().size(), 0);
+  EXPECT_THROW(TQByteArray::fromRawData(memory, 715826518).toPercentEncoding(),
+               std::bad_alloc);
+}
+
+// C strings that end nowhere within what the result needs: `a` bytes to the
+// end of a span of INT_MAX + 1, then a page that cannot be read. An array of
+// exactly INT_MAX of them sorts before the longer string and does not find
+// it, and a pattern is read at most one byte past the room behind `from`.
+// The span is one small block of `a` mapped again and again, so little
+// memory is touched.
+TEST(ByteArrayLimits, CStringsAreReadOnlyAsFarAsTheResultNeeds) {
+  constexpr std::size_t kBlock = std::size_t{1} << 24;
+  constexpr std::size_t kSpan = std::size_t{INT_MAX} + 1;  // 128 blocks
+  const long page = sysconf(_SC_PAGESIZE);
+  void* region =
+      mmap(nullptr, kSpan + static_cast<std::size_t>(page), PROT_NONE,
+           MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  if (region == MAP_FAILED) GTEST_SKIP() << "no address space for 2 GiB";
+  char* base = static_cast<char*>(region);
+  const int fd = memfd_create("aaaa", 0);
+  ASSERT_GE(fd, 0);
+  ASSERT_EQ(ftruncate(fd, kBlock), 0);
+  void* first =
+      mmap(nullptr, kBlock, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+  ASSERT_NE(first, MAP_FAILED);
+  std::memset(first, 'a', kBlock);
+  munmap(first, kBlock);
+  for (std::size_t at = 0; at < kSpan; at += kBlock) {
+    ASSERT_NE(mmap(base + at, kBlock, PROT_READ,
+                   MAP_SHARED | MAP_FIXED | MAP_POPULATE, fd, 0),
+              MAP_FAILED);
+  }
+  close(fd);
+  const TQByteArray array = TQByteArray::fromRawData(base, INT_MAX);
+  EXPECT_EQ(array.compare(base, -1, true), -1);
+  EXPECT_EQ(array.indexOf(base, 0, -1), -1);
+  const TQByteArray hay = TQByteArray::fromRawData("aaaaaaa", 7);
+  for (int from : {0, 1, -2})
+    EXPECT_EQ(hay.indexOf(base + kSpan - 8, from, -1), -1) << from;
+  munmap(base, kSpan + static_cast<std::size_t>(page));
 }
 
 }  // namespace

@@ -10,36 +10,25 @@
 #include <array>
 #include <random>
 #include <string>
+#include <tuple>
 
 namespace {
 
 using TQBase::TQMD5;
 
-// Stores a pointer to the private member `M` under the tag type `Tag`.
-template <typename Tag, auto M>
+// Stores pointers to the private members `M...` under the tag type `Tag`.
+template <typename Tag, auto... M>
 struct Steal {
-  friend auto get(Tag) { return M; }
+  friend auto get(Tag) { return std::make_tuple(M...); }
 };
 
-#define TQTEST_MEMBER(Name, Member) \
-  struct Name {                     \
-    friend auto get(Name);          \
-  };                                \
-  template struct Steal<Name, &TQMD5::Member>
-
-TQTEST_MEMBER(FTag, F);
-TQTEST_MEMBER(GTag, G);
-TQTEST_MEMBER(HTag, H);
-TQTEST_MEMBER(ITag, I);
-TQTEST_MEMBER(FFTag, FF);
-TQTEST_MEMBER(GGTag, GG);
-TQTEST_MEMBER(HHTag, HH);
-TQTEST_MEMBER(IITag, II);
-TQTEST_MEMBER(RotateTag, rotate_left);
-TQTEST_MEMBER(EncodeTag, encode);
-TQTEST_MEMBER(DecodeTag, decode);
-TQTEST_MEMBER(TransformTag, transform);
-TQTEST_MEMBER(StateTag, state);
+struct Members {
+  friend auto get(Members);
+};
+template struct Steal<Members, &TQMD5::F, &TQMD5::G, &TQMD5::H, &TQMD5::I,
+                      &TQMD5::FF, &TQMD5::GG, &TQMD5::HH, &TQMD5::II,
+                      &TQMD5::rotate_left, &TQMD5::encode, &TQMD5::decode,
+                      &TQMD5::transform, &TQMD5::state>;
 
 TEST(Md5Digest, MatchesRfc1321TestSuite) {
   const char* rows[][2] = {
@@ -72,15 +61,16 @@ unsigned int rotl(unsigned int x, unsigned int n) {
 // little-endian, and a length short of a whole word still moves it; one
 // transform of the padded empty message leaves its digest as the state.
 TEST(Md5Members, FollowRfc1321) {
-  const std::array aux = {get(FTag()), get(GTag()), get(HTag()), get(ITag())};
-  const std::array steps = {get(FFTag()), get(GGTag()), get(HHTag()),
-                            get(IITag())};
+  const auto [F, G, H, I, FF, GG, HH, II, rotate, encode, decode, transform,
+              state] = get(Members());
+  const std::array aux = {F, G, H, I};
+  const std::array steps = {FF, GG, HH, II};
   std::mt19937 rng(1321);
   for (int trial = 0; trial < 2000; ++trial) {
     const unsigned int x = rng(), y = rng(), z = rng(), w = rng(), s = rng();
     const unsigned int rfc[] = {(x & y) | (~x & z), (x & z) | (y & ~z),
                                 x ^ y ^ z, y ^ (x | ~z)};
-    EXPECT_EQ(get(RotateTag())(x, s), rotl(x, s));
+    EXPECT_EQ(rotate(x, s), rotl(x, s));
     for (int k = 0; k < 4; ++k) {
       EXPECT_EQ(aux[k](x, y, z), rfc[k]);
       unsigned int a = w;
@@ -90,15 +80,15 @@ TEST(Md5Members, FollowRfc1321) {
   }
   unsigned int words[2] = {0x04030201u, 0x08070605u}, back[2] = {};
   unsigned char bytes[8] = {};
-  get(EncodeTag())(bytes, words, 6);
-  get(DecodeTag())(back, bytes, 5);
+  encode(bytes, words, 6);
+  decode(back, bytes, 5);
   EXPECT_EQ(std::string(bytes, bytes + 8), "\x01\x02\x03\x04\x05\x06\x07\x08");
   EXPECT_EQ(back[0], words[0]);
   EXPECT_EQ(back[1], words[1]);
   unsigned char block[64] = {0x80}, digest[16];
   TQMD5 md5;
-  (md5.*get(TransformTag()))(block);
-  get(EncodeTag())(digest, md5.*get(StateTag()), 16);
+  (md5.*transform)(block);
+  encode(digest, md5.*state, 16);
   EXPECT_EQ(TQMD5::translate(digest), "d41d8cd98f00b204e9800998ecf8427e");
 }
 

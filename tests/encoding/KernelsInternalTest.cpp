@@ -11,13 +11,14 @@
 #include <gtest/gtest.h>
 
 #include "encoding/Kernels.h"
+#include "support/EveryPlacement.h"
 
 namespace TQBase {
 namespace detail {
 namespace {
 
+using tqtest::forEveryPlacement;
 constexpr std::size_t kMaxLength = 200;
-constexpr std::size_t kAlignments = 64;
 
 // UTF-8 pieces: mostly well-formed, with every kind of trouble mixed in.
 // Kind 0 is mostly ASCII runs, kind 2 breaks one byte, kind 3 is noise.
@@ -104,22 +105,6 @@ class EncodingKernels : public ::testing::TestWithParam<Isa> {
     if (supportedIsa(GetParam()) != GetParam())
       GTEST_SKIP() << "this CPU lacks the instruction set";
   }
-  // Every (length, alignment) of `source`, copied so that it starts at that
-  // alignment and ends where the allocation ends.
-  template <typename T, typename Check>
-  void forEachPiece(const std::vector<T>& source, Check check) {
-    for (std::size_t length = 0; length <= kMaxLength; ++length)
-      for (std::size_t align = 0; align < kAlignments / sizeof(T); ++align) {
-        std::vector<T> buffer(align + length);
-        std::copy(source.begin(), source.begin() + length,
-                  buffer.begin() + align);
-        check(buffer.data() + align, length);
-        if (HasFailure()) {
-          ADD_FAILURE() << "length " << length << ", alignment " << align;
-          return;
-        }
-      }
-  }
   // `run(isa)` gives a count: the form under test must give the plain one's.
   template <typename Run>
   auto sameCount(Run run) {
@@ -145,17 +130,18 @@ TEST_P(EncodingKernels, MatchThePlainForm) {
   for (unsigned trial = 0; trial < 10; ++trial) {
     SCOPED_TRACE(kSeed + trial);
     std::mt19937 rng(kSeed + trial);
-    forEachPiece(randomUtf8(rng, trial % 5), [&](const unsigned char* in,
-                                                 std::size_t size) {
-      sameCount([&](Isa isa) { return scanUtf8(in, size, isa); });
-      const std::size_t starts =
-          sameCount([&](Isa isa) { return countUtf8Starts(in, size, isa); });
-      sameOutput<wchar_t>(starts, [&](wchar_t* out, Isa isa) {
-        return decodeUtf8(in, size, out, isa);
-      });
-    });
+    forEveryPlacement(
+        randomUtf8(rng, trial % 5), 64,
+        [&](const unsigned char* in, std::size_t size) {
+          sameCount([&](Isa isa) { return scanUtf8(in, size, isa); });
+          const std::size_t starts = sameCount(
+              [&](Isa isa) { return countUtf8Starts(in, size, isa); });
+          sameOutput<wchar_t>(starts, [&](wchar_t* out, Isa isa) {
+            return decodeUtf8(in, size, out, isa);
+          });
+        });
     const std::vector<wchar_t> units = randomWide(rng, trial % 5);
-    forEachPiece(units, [&](const wchar_t* in, std::size_t size) {
+    forEveryPlacement(units, 64, [&](const wchar_t* in, std::size_t size) {
       // The one-pass form stops at the first element above 0xFFFF; the
       // other writes what utf8Length measured.
       const std::size_t length =
@@ -173,14 +159,15 @@ TEST_P(EncodingKernels, MatchThePlainForm) {
         return encodeCp936(in, size, out, isa);
       });
     });
-    forEachPiece(randomGbk(rng, trial % 5, units), [&](const unsigned char* in,
-                                                       std::size_t size) {
-      const std::size_t bound =
-          sameCount([&](Isa isa) { return cp936DecodeBound(in, size, isa); });
-      sameOutput<wchar_t>(bound, [&](wchar_t* out, Isa isa) {
-        return decodeCp936(in, size, out, isa);
-      });
-    });
+    forEveryPlacement(randomGbk(rng, trial % 5, units), 64,
+                      [&](const unsigned char* in, std::size_t size) {
+                        const std::size_t bound = sameCount([&](Isa isa) {
+                          return cp936DecodeBound(in, size, isa);
+                        });
+                        sameOutput<wchar_t>(bound, [&](wchar_t* out, Isa isa) {
+                          return decodeCp936(in, size, out, isa);
+                        });
+                      });
   }
 }
 

@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -57,19 +58,17 @@ TEST(TempPath, UsesTmpDirOnlyWhenUsable) {
        {"\xC0\xAF", "\xE0\x80\xAF", "\xF0\x80\x80\xAF", "\xED\xA0\x80",
         "\xF4\x90\x80\x80", "\xF5\x80\x80\x80", "\xE4\xB8", "\xC3\x41", "\x80"})
     bad.push_back(s + "/" + name);
-  for (const std::string& dir : {utf8, fits})
-    std::filesystem::create_directories(dir);
-  for (const std::string& dir : bad)
+  // Usable ones, then missing, no directory and empty.
+  std::vector<std::pair<std::string, std::string>> rows{
+      {utf8, utf8 + "/"},     {utf8 + "/", utf8 + "/"}, {fits, fits + "/"},
+      {s + "/none", "/tmp/"}, {"/dev/null", "/tmp/"},   {"", "/tmp/"}};
+  std::filesystem::create_directories(utf8);
+  std::filesystem::create_directories(fits);
+  for (const std::string& dir : bad) {
     ASSERT_TRUE(std::filesystem::create_directories(dir)) << dir;
-  EXPECT_EQ(tempPathFor(utf8), utf8 + "/");
-  EXPECT_EQ(tempPathFor(utf8 + "/"), utf8 + "/");
-  EXPECT_EQ(tempPathFor(fits), fits + "/");
-  for (const std::string& dir : bad)
-    EXPECT_EQ(tempPathFor(dir), "/tmp/") << dir;
-  // Missing, no directory, empty.
-  for (const std::string& dir :
-       {s + "/none", std::string("/dev/null"), std::string()})
-    EXPECT_EQ(tempPathFor(dir), "/tmp/") << dir;
+    rows.emplace_back(dir, "/tmp/");
+  }
+  for (const auto& [dir, want] : rows) EXPECT_EQ(tempPathFor(dir), want) << dir;
   unsetenv("TMPDIR");
   EXPECT_EQ(GetTempPathW(), "/tmp/");
   gNothingExists = true;

@@ -56,15 +56,21 @@ std::vector<unsigned char> randomUtf8(std::mt19937& rng, unsigned kind) {
 // Kind 0 has ASCII runs that fill vector blocks, kind 2 elements above
 // 0x10FFFF or negative; kinds 3 and 4 are ASCII with now and then an element
 // just above it (which every encoder takes, so that every block is reached)
-// or of one high bit: a wrong mask in a range check shows.
+// or of one high bit, and now and then one at a bound of a UTF-8 form: a
+// wrong mask or bound in a range check shows.
 std::vector<wchar_t> randomWide(std::mt19937& rng, unsigned kind) {
   std::vector<wchar_t> units;
   while (units.size() < kMaxLength + 8) {
     const unsigned pick = rng() % 100;
     std::uint32_t u;
     if (kind >= 3) {
-      const std::uint32_t high =
-          kind == 3 ? 0x80 + rng() % 0x80 : 1u << (8 + rng() % 23);
+      static const std::uint32_t kBounds[] = {0x7FF,   0x800,    0xFFFF,
+                                              0x10000, 0x10FFFF, 0x110000};
+      // Kind 3 stays below 0x10000, where the vector encoders keep going.
+      const std::uint32_t high = pick >= 96
+                                     ? kBounds[rng() % (kind == 3 ? 3 : 6)]
+                                 : kind == 3 ? 0x80 + rng() % 0x80
+                                             : 1u << (8 + rng() % 23);
       u = pick < 92 ? 'a' + pick % 26 : high;
     } else if (kind == 0 && pick < 50) {
       units.insert(units.end(), 1 + rng() % 80,

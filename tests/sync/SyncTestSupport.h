@@ -153,7 +153,11 @@ inline bool ownerDeathRecovers() {
     pthread_mutexattr_setrobust(&attributes, PTHREAD_MUTEX_ROBUST);
     pthread_mutex_init(mutex.value, &attributes);
     Child([&] { return pthread_mutex_lock(mutex.value); }).wait();
-    return pthread_mutex_trylock(mutex.value) == EOWNERDEAD;
+    const bool taken = pthread_mutex_trylock(mutex.value) == EOWNERDEAD;
+    // Off this thread's robust list before the page goes: glibc writes
+    // through that list when the thread next takes a robust mutex.
+    pthread_mutex_unlock(mutex.value);
+    return taken;
   }();
   return recovers;
 }

@@ -67,7 +67,7 @@ TEST(ProcessLockLifetime, ForkedChildKeepsExclusionWhenItsParentLeaves) {
   for (const Row& row : rows) {
     SCOPED_TRACE(&row - rows);
     const std::string name = uniqueName("fork");
-    Steps& s = freshSteps();
+    Steps& s = freshShared<Steps>();
     Child parent([&] {
       TQProcessLock lock;  // exit() leaves it undestroyed
       if (lock.init(name.c_str()) != 0) return 1;
@@ -178,7 +178,7 @@ TEST(ProcessLockLifetime, DeadThreadsLevelsAreGivenBack) {
 // parent leaves.
 TEST(ProcessLock, InitAndUninit) {
   const std::string name = uniqueName("init/\\"), other = uniqueName("other");
-  Steps& s = freshSteps();
+  Steps& s = freshShared<Steps>();
   TQProcessLock lock;
   lock.lock();  // uninitialised: returns at once
   lock.unlock();
@@ -242,7 +242,7 @@ TEST(ProcessLock, CopiesAndAssignmentsActOnTheSourcesMutex) {
   ASSERT_EQ(b.init(nullptr), 0);
   a.lock();
   EXPECT_TRUE(freeForOthers(b));  // two null names, two mutexes
-  expectChildWaitsFor([&] { a.unlock(); }, freshSteps(), a);
+  expectChildWaitsFor([&] { a.unlock(); }, freshShared<Steps>(), a);
 }
 
 TEST(ProcessLock, DifferentNamesNeverShareAMutex) {
@@ -277,7 +277,7 @@ TEST(ProcessLock, WaiterGetsTheLockFromTheDeadAndAfterALostWakeUp) {
   const std::string name = std::string(300, '/') + uniqueName("x") + "\\";
   for (const bool killed : {false, true}) {
     if (killed && !ownerDeathRecovers()) GTEST_SKIP() << kNoOwnerDeathRecovery;
-    Steps& s = freshSteps();
+    Steps& s = freshShared<Steps>();
     Child holder([&] {
       TQProcessLock lock;
       if (lock.init(name.c_str()) != 0) return 1;
@@ -339,7 +339,8 @@ TEST_F(Seams, HashedSlotHoldingAnotherName) {
   a.uninit();
   EXPECT_TRUE(exists(first, 0));
   b.lock();  // a child opening `second` by itself must wait for it
-  expectChildWaitsFor([&] { b.unlock(); }, freshSteps(), b, second.c_str());
+  expectChildWaitsFor([&] { b.unlock(); }, freshShared<Steps>(), b,
+                      second.c_str());
   b.uninit();
   EXPECT_FALSE(exists(second, 1));
   ASSERT_EQ(b.init(second.c_str()), 0);

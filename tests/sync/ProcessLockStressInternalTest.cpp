@@ -165,8 +165,8 @@ struct Worker {
 };
 
 // One seed, its processes in a group of their own under a deadline.
-void runSeed(std::uint32_t seed, StressPage& page, const std::string* names) {
-  new (&page) StressPage();
+void runSeed(std::uint32_t seed, const std::string* names) {
+  StressPage& page = freshShared<StressPage>();
   std::fflush(nullptr);
   const pid_t root = ::fork();
   if (root == 0) {
@@ -220,11 +220,10 @@ TEST(ProcessLockStress, NoTwoHoldersAndNothingLeft) {
   const std::string names[kNames] = {uniqueName("stress"),
                                      uniqueName("stress/\\x"),
                                      uniqueName(std::string(250, 's'))};
-  Shared<StressPage> page;
   ::prctl(PR_SET_CHILD_SUBREAPER, 1);
   for (std::uint32_t seed = first; seed - first < count && !HasFailure();
        ++seed)
-    runSeed(seed, *page, names);
+    runSeed(seed, names);
   ::prctl(PR_SET_CHILD_SUBREAPER, 0);
 }
 

@@ -103,26 +103,20 @@ struct Child {
   pid_t pid;
 };
 
-// A `T` in shared anonymous memory, seen by children forked later.
+// A fresh `T`, zeroed, in shared anonymous memory that children forked from
+// now on share: one page per type, made once and reused.
 template <class T>
-struct Shared {
-  T* const value = new (::mmap(nullptr, sizeof(T), PROT_READ | PROT_WRITE,
-                               MAP_SHARED | MAP_ANONYMOUS, -1, 0)) T;
-  ~Shared() { ::munmap(value, sizeof(T)); }
-  T& operator*() { return *value; }
-  T* operator->() { return value; }
-};
+T& freshShared() {
+  static void* const page = ::mmap(nullptr, sizeof(T), PROT_READ | PROT_WRITE,
+                                   MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+  return *new (page) T();
+}
 
 // Handshakes between the processes of one test.
 struct Steps {
   std::atomic<int> held{0}, release{0}, go{0}, finish{0}, childIn{0}, step{0};
   std::atomic<pid_t> holderPid{0};
 };
-// All zero, in a page that children forked from now on share.
-inline Steps& freshSteps() {
-  static Shared<Steps> page;
-  return *new (page.value) Steps;
-}
 
 inline std::vector<std::string> usedNames;
 inline std::string uniqueName(const std::string& label) {
@@ -140,17 +134,15 @@ inline bool exists(const std::string& name, unsigned slot = 0) {
 // Emulators such as qemu-user lack it; tests that rely on it skip there.
 inline bool ownerDeathRecovers() {
   static const bool recovers = [] {
-    Shared<pthread_mutex_t> mutex;
+    pthread_mutex_t* mutex = &freshShared<pthread_mutex_t>();
     pthread_mutexattr_t attributes;
     pthread_mutexattr_init(&attributes);
     pthread_mutexattr_setpshared(&attributes, PTHREAD_PROCESS_SHARED);
     pthread_mutexattr_setrobust(&attributes, PTHREAD_MUTEX_ROBUST);
-    pthread_mutex_init(mutex.value, &attributes);
-    Child([&] { return pthread_mutex_lock(mutex.value); }).wait();
-    const bool taken = pthread_mutex_trylock(mutex.value) == EOWNERDEAD;
-    // Off this thread's robust list before the page goes: glibc writes
-    // through that list when the thread next takes a robust mutex.
-    pthread_mutex_unlock(mutex.value);
+    pthread_mutex_init(mutex, &attributes);
+    Child([&] { return pthread_mutex_lock(mutex); }).wait();
+    const bool taken = pthread_mutex_trylock(mutex) == EOWNERDEAD;
+    pthread_mutex_unlock(mutex);  // off this thread's robust list
     return taken;
   }();
   return recovers;

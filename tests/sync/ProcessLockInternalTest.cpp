@@ -187,6 +187,9 @@ TEST(ProcessLock, InitAndUninit) {
   EXPECT_EQ(lock.init(other.c_str()), 85);
   EXPECT_EQ(lock.init(nullptr), 85);
   EXPECT_FALSE(exists(other));
+  TQProcessLock same;
+  ASSERT_EQ(same.init(name.c_str()), 0);
+  same.uninit();  // `lock` shares the handle: it stays open
   lock.lock();
   lock.uninit();  // still owned: stays mapped
   Child child([&] {

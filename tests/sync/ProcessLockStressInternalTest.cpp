@@ -15,7 +15,6 @@
 #include <sys/prctl.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdint>
 #include <random>
 
@@ -38,6 +37,15 @@ struct StressPage {
   std::atomic<pid_t> members[kProcesses];
   std::atomic<int> overlaps, wrongResults;
 };
+
+// Reaps the children that have ended (all, waiting, with 0 for `options`);
+// true once none is left.
+bool reapAll(int options) {
+  pid_t done;
+  while ((done = ::waitpid(-1, nullptr, options)) > 0) {
+  }
+  return done < 0;
+}
 
 struct Worker {
   StressPage& page;
@@ -154,8 +162,7 @@ struct Worker {
       const Op* op = kOps;
       while (choice >= op->weight) choice -= op++->weight;
       (this->*op->run)(name);
-      while (::waitpid(-1, nullptr, WNOHANG) > 0) {
-      }
+      reapAll(WNOHANG);
     }
     if (pick(2) == 0) exitNow(0);
     for (int name = 0; name < kNames; ++name) uninit(name);
@@ -167,26 +174,15 @@ struct Worker {
 // One seed, its processes in a group of their own under a deadline.
 void runSeed(std::uint32_t seed, const std::string* names) {
   StressPage& page = freshShared<StressPage>();
-  std::fflush(nullptr);
-  const pid_t root = ::fork();
-  if (root == 0) {
+  const pid_t root = spawn([&]() -> int {
     ::setpgid(0, 0);
     page.members[0] = ::getpid();
     Worker{page, names, std::mt19937(seed)}.run();
-  }
+  });
   ::setpgid(root, root);
   // As subreaper, every worker ends up a child of this process.
-  const bool ended = within(15s, [&] {
-    pid_t done;
-    while ((done = ::waitpid(-1, nullptr, WNOHANG)) > 0) {
-    }
-    return done < 0 && errno == ECHILD;
-  });
-  if (!ended) {
-    ::kill(-root, SIGKILL);
-    while (::waitpid(-1, nullptr, 0) > 0) {
-    }
-  }
+  const bool ended = within(15s, [] { return reapAll(WNOHANG); });
+  if (!ended) ::kill(-root, SIGKILL), reapAll(0);
   EXPECT_TRUE(ended) << "seed " << seed << ": processes still running";
   EXPECT_EQ(page.overlaps.load(), 0) << "seed " << seed;
   EXPECT_EQ(page.wrongResults.load(), 0) << "seed " << seed;

@@ -15,7 +15,6 @@
 #include <sys/prctl.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdint>
 #include <random>
 
@@ -36,8 +35,17 @@ struct StressPage {
   std::atomic<pid_t> inside[kNames];  // who is in the window, or 0
   // Processes running: a pid, -1 while forking, or 0 when free.
   std::atomic<pid_t> members[kProcesses];
-  std::atomic<int> overlaps, wrongResults, windows, forks, kills, exits;
+  std::atomic<int> overlaps, wrongResults;
 };
+
+// Reaps the children that have ended (all, waiting, with 0 for `options`);
+// true once none is left.
+bool reapAll(int options) {
+  pid_t done;
+  while ((done = ::waitpid(-1, nullptr, options)) > 0) {
+  }
+  return done < 0;
+}
 
 struct Worker {
   StressPage& page;
@@ -68,7 +76,6 @@ struct Worker {
     for (unsigned i = pick(20); i > 0; --i) ::sched_yield();
     other = self;  // not when an overlapping holder took the window over
     page.inside[name].compare_exchange_strong(other, 0);
-    ++page.windows;
   }
 
   void init(int name) {
@@ -113,10 +120,7 @@ struct Worker {
     entry = -1;
     page.members[i].compare_exchange_strong(
         entry, pid == 0 ? ::getpid() : std::max(pid, 0));
-    if (pid != 0) {
-      page.forks += pid > 0;
-      return;
-    }
+    if (pid != 0) return;
     member = i;
     rng.seed(childSeed);
     for (int& level : levels) level = std::min(level, 0);  // the parent's
@@ -130,19 +134,15 @@ struct Worker {
     if (pid <= 0 || pid == ::getpid()) return;
     ::kill(pid, SIGKILL);
     leave(i, pid);
-    ++page.kills;
   }
 
   // With whatever it still holds.
   [[noreturn]] void exitNow(int) {
     leave(member, ::getpid());
-    ++page.exits;
     std::exit(0);
   }
-
   void killSelf(int) {
     leave(member, ::getpid());
-    ++page.kills;
     ::raise(SIGKILL);
   }
 
@@ -162,8 +162,7 @@ struct Worker {
       const Op* op = kOps;
       while (choice >= op->weight) choice -= op++->weight;
       (this->*op->run)(name);
-      while (::waitpid(-1, nullptr, WNOHANG) > 0) {
-      }
+      reapAll(WNOHANG);
     }
     if (pick(2) == 0) exitNow(0);
     for (int name = 0; name < kNames; ++name) uninit(name);
@@ -173,28 +172,17 @@ struct Worker {
 };
 
 // One seed, its processes in a group of their own under a deadline.
-void runSeed(std::uint32_t seed, StressPage& page, const std::string* names) {
-  new (&page) StressPage();
-  std::fflush(nullptr);
-  const pid_t root = ::fork();
-  if (root == 0) {
+void runSeed(std::uint32_t seed, const std::string* names) {
+  StressPage& page = freshShared<StressPage>();
+  const pid_t root = spawn([&]() -> int {
     ::setpgid(0, 0);
     page.members[0] = ::getpid();
     Worker{page, names, std::mt19937(seed)}.run();
-  }
+  });
   ::setpgid(root, root);
   // As subreaper, every worker ends up a child of this process.
-  const bool ended = within(15s, [&] {
-    pid_t done;
-    while ((done = ::waitpid(-1, nullptr, WNOHANG)) > 0) {
-    }
-    return done < 0 && errno == ECHILD;
-  });
-  if (!ended) {
-    ::kill(-root, SIGKILL);
-    while (::waitpid(-1, nullptr, 0) > 0) {
-    }
-  }
+  const bool ended = within(15s, [] { return reapAll(WNOHANG); });
+  if (!ended) ::kill(-root, SIGKILL), reapAll(0);
   EXPECT_TRUE(ended) << "seed " << seed << ": processes still running";
   EXPECT_EQ(page.overlaps.load(), 0) << "seed " << seed;
   EXPECT_EQ(page.wrongResults.load(), 0) << "seed " << seed;
@@ -214,7 +202,7 @@ void runSeed(std::uint32_t seed, StressPage& page, const std::string* names) {
 }
 
 TEST(ProcessLockStress, NoTwoHoldersAndNothingLeft) {
-  TQBASE_SKIP_WITHOUT_OWNER_DEATH_RECOVERY();
+  if (!ownerDeathRecovers()) GTEST_SKIP() << kNoOwnerDeathRecovery;
   // Its view of a mutex is per process: states copied into forked children
   // and addresses that later mappings reuse give false reports.
   if (__tsan_init != nullptr)
@@ -228,18 +216,11 @@ TEST(ProcessLockStress, NoTwoHoldersAndNothingLeft) {
   const std::string names[kNames] = {uniqueName("stress"),
                                      uniqueName("stress/\\x"),
                                      uniqueName(std::string(250, 's'))};
-  Shared<StressPage> page;
   ::prctl(PR_SET_CHILD_SUBREAPER, 1);
-  int windows = 0, forks = 0, kills = 0, exits = 0;
   for (std::uint32_t seed = first; seed - first < count && !HasFailure();
-       ++seed) {
-    runSeed(seed, *page, names);
-    windows += page->windows, forks += page->forks, kills += page->kills;
-    exits += page->exits;
-  }
+       ++seed)
+    runSeed(seed, names);
   ::prctl(PR_SET_CHILD_SUBREAPER, 0);
-  std::printf("%u seeds: %d windows, %d forks, %d kills, %d exits\n", count,
-              windows, forks, kills, exits);
 }
 
 }  // namespace

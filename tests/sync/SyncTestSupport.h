@@ -8,7 +8,6 @@
 #include <pthread.h>
 #include <signal.h>
 #include <sys/mman.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -20,6 +19,7 @@
 #include <new>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "gtest/gtest.h"
@@ -69,23 +69,6 @@ inline bool hasEnded(pid_t pid) {
   return read && state == 'Z';
 }
 
-constexpr int kHung = 1000;  // the process did not end in time
-
-// Exit code, 128 + signal, or kHung after killing a child that did not end
-// within `limit`.
-inline int waitForPid(pid_t pid, Millis limit = 10s) {
-  int status = 0;
-  pid_t done = 0;
-  if (!within(limit,
-              [&] { return (done = ::waitpid(pid, &status, WNOHANG)) != 0; })) {
-    ::kill(pid, SIGKILL);
-    ::waitpid(pid, &status, 0);
-    return kHung;
-  }
-  if (done < 0) return -1;
-  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-}
-
 // Forks a child that runs `body` and leaves through exit() with its result,
 // as the users the library serves do, so its exit-time cleanup runs.
 template <class Body>
@@ -99,26 +82,35 @@ pid_t spawn(Body body) {
 struct Child {
   template <class Body>
   explicit Child(Body body) : pid(spawn(body)) {}
-  ~Child() {
-    if (pid > 0) ::kill(pid, SIGKILL), wait();
-  }
+  ~Child() { wait(0ms); }
+  // Exit code, 128 + signal, or 1000 after killing a child that did not end
+  // within `limit`; -1 if there is no child to wait for.
   int wait(Millis limit = 10s) {
-    const int result = pid > 0 ? waitForPid(pid, limit) : -1;
-    pid = -1;
-    return result;
+    int status = 0;
+    pid_t done = 0;
+    const pid_t child = std::exchange(pid, -1);
+    if (child <= 0) return -1;
+    if (!within(limit, [&] {
+          return (done = ::waitpid(child, &status, WNOHANG)) != 0;
+        })) {
+      ::kill(child, SIGKILL);
+      ::waitpid(child, &status, 0);
+      return 1000;
+    }
+    if (done < 0) return -1;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
   }
   pid_t pid;
 };
 
-// A `T` in shared anonymous memory, seen by children forked later.
+// A fresh `T`, zeroed, in shared anonymous memory that children forked from
+// now on share: one page per type, made once and reused.
 template <class T>
-struct Shared {
-  T* const value = new (::mmap(nullptr, sizeof(T), PROT_READ | PROT_WRITE,
-                               MAP_SHARED | MAP_ANONYMOUS, -1, 0)) T;
-  ~Shared() { ::munmap(value, sizeof(T)); }
-  T& operator*() { return *value; }
-  T* operator->() { return value; }
-};
+T& freshShared() {
+  static void* const page = ::mmap(nullptr, sizeof(T), PROT_READ | PROT_WRITE,
+                                   MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+  return *new (page) T();
+}
 
 // Handshakes between the processes of one test.
 struct Steps {
@@ -126,43 +118,38 @@ struct Steps {
   std::atomic<pid_t> holderPid{0};
 };
 
-inline std::vector<std::string>& usedNames() {
-  static std::vector<std::string> names;
-  return names;
-}
+inline std::vector<std::string> usedNames;
 inline std::string uniqueName(const std::string& label) {
-  usedNames().push_back("tqtest-" + std::to_string(::getpid()) + "-" + label);
-  return usedNames().back();
+  usedNames.push_back("tqtest-" + std::to_string(::getpid()) + "-" + label);
+  return usedNames.back();
 }
 inline std::string pathOf(const std::string& name, unsigned slot = 0) {
   return "/dev/shm" + platform::NamedMutex::systemObjectName(name, slot);
 }
 inline bool exists(const std::string& name, unsigned slot = 0) {
-  struct stat status;
-  return ::stat(pathOf(name, slot).c_str(), &status) == 0;
+  return ::access(pathOf(name, slot).c_str(), F_OK) == 0;
 }
 
 // Whether a robust mutex passes to the next locker when its owner dies.
 // Emulators such as qemu-user lack it; tests that rely on it skip there.
 inline bool ownerDeathRecovers() {
   static const bool recovers = [] {
-    Shared<pthread_mutex_t> mutex;
+    pthread_mutex_t* mutex = &freshShared<pthread_mutex_t>();
     pthread_mutexattr_t attributes;
     pthread_mutexattr_init(&attributes);
     pthread_mutexattr_setpshared(&attributes, PTHREAD_PROCESS_SHARED);
     pthread_mutexattr_setrobust(&attributes, PTHREAD_MUTEX_ROBUST);
-    pthread_mutex_init(mutex.value, &attributes);
-    Child([&] { return pthread_mutex_lock(mutex.value); }).wait();
-    return pthread_mutex_trylock(mutex.value) == EOWNERDEAD;
+    pthread_mutex_init(mutex, &attributes);
+    Child([&] { return pthread_mutex_lock(mutex); }).wait();
+    const bool taken = pthread_mutex_trylock(mutex) == EOWNERDEAD;
+    pthread_mutex_unlock(mutex);  // off this thread's robust list
+    return taken;
   }();
   return recovers;
 }
-#define TQBASE_SKIP_WITHOUT_OWNER_DEATH_RECOVERY()                          \
-  do {                                                                      \
-    if (!::TQBase::testsupport::ownerDeathRecovers())                       \
-      GTEST_SKIP() << "this platform does not pass a robust mutex on when " \
-                      "its owner dies (as under qemu-user)";                \
-  } while (false)
+constexpr char kNoOwnerDeathRecovery[] =
+    "this platform does not pass a robust mutex on when its owner dies (as "
+    "under qemu-user)";
 
 // After the tests: nothing of the names they used is left in /dev/shm.
 // Also a last deadline for waits inside this process (a lock() that never
@@ -171,7 +158,7 @@ class NoLeftovers : public ::testing::Environment {
   void SetUp() override { ::alarm(60); }
   void TearDown() override {
     ::alarm(0);
-    for (const std::string& name : usedNames()) {
+    for (const std::string& name : usedNames) {
       for (unsigned slot = 0; slot < 3; ++slot) {
         if (exists(name, slot)) {
           ADD_FAILURE() << "left in /dev/shm: " << pathOf(name, slot);

@@ -421,8 +421,8 @@ void lockRegistryBeforeFork() { registry().mutex.lock(); }
 void unlockRegistryInParent() { registry().mutex.unlock(); }
 
 // The child owns none of the mutexes that the parent's threads hold.
-// (Tested by ForkedChildClosesHandlesKeptForTheParentsOwners; gcov resets
-// its counts in a child after fork() returns, so they never show.)
+// (Tested by ProcessLock.InitAndUninit; gcov resets its counts in a child
+// after fork() returns, so they never show.)
 // GCOVR_EXCL_START
 void resetRegistryInChild() {
   Registry& shared = registry();

@@ -11,6 +11,7 @@
 #include <string_view>
 #include <vector>
 
+#include "PoolCursor.h"
 #include "TQBase/TQByteArray.h"
 
 using TQBase::TQByteArray;
@@ -35,26 +36,12 @@ const std::string& pool(int alphabet) {
   return p;
 }
 
-// Offsets that walk the pool, wrapping before `length` bytes would run off.
-class Cursor {
- public:
-  explicit Cursor(std::size_t length) : limit_(kPoolSize - length) {}
-  std::size_t next() {
-    offset_ = (offset_ + 4099) % limit_;  // odd stride: no two runs alike
-    return offset_;
-  }
-
- private:
-  std::size_t limit_;
-  std::size_t offset_ = 0;
-};
-
 constexpr int kPiece = 16;
 
 void BM_Append_TQByteArray(benchmark::State& state) {
   const int total = static_cast<int>(state.range(0));
   const std::string& data = pool(0);
-  Cursor cursor(kPiece);
+  PoolCursor cursor(kPoolSize, kPiece);
   for (auto _ : state) {
     TQByteArray a;
     for (int n = 0; n < total; n += kPiece)
@@ -69,7 +56,7 @@ void BM_Append_TQByteArray(benchmark::State& state) {
 void BM_AppendReserved_TQByteArray(benchmark::State& state) {
   const int total = static_cast<int>(state.range(0));
   const std::string& data = pool(0);
-  Cursor cursor(kPiece);
+  PoolCursor cursor(kPoolSize, kPiece);
   for (auto _ : state) {
     TQByteArray a;
     a.reserve(total);
@@ -83,7 +70,7 @@ void BM_AppendReserved_TQByteArray(benchmark::State& state) {
 void BM_Append_StdString(benchmark::State& state) {
   const int total = static_cast<int>(state.range(0));
   const std::string& data = pool(0);
-  Cursor cursor(kPiece);
+  PoolCursor cursor(kPoolSize, kPiece);
   for (auto _ : state) {
     std::string s;
     for (int n = 0; n < total; n += kPiece)
@@ -154,7 +141,7 @@ constexpr char kPattern[] = "abcdabdc";
 void BM_IndexOf_TQByteArray(benchmark::State& state) {
   const std::size_t length = static_cast<std::size_t>(state.range(0));
   const std::string& data = pool(4);
-  Cursor cursor(length);
+  PoolCursor cursor(kPoolSize, length);
   for (auto _ : state) {
     const TQByteArray hay = TQByteArray::fromRawData(
         data.data() + cursor.next(), static_cast<int>(length));
@@ -166,7 +153,7 @@ void BM_IndexOf_TQByteArray(benchmark::State& state) {
 void BM_IndexOf_StdStringFind(benchmark::State& state) {
   const std::size_t length = static_cast<std::size_t>(state.range(0));
   const std::string& data = pool(4);
-  Cursor cursor(length);
+  PoolCursor cursor(kPoolSize, length);
   const std::string pattern(kPattern, 8);
   for (auto _ : state) {
     const std::string_view hay(data.data() + cursor.next(), length);
@@ -178,7 +165,7 @@ void BM_IndexOf_StdStringFind(benchmark::State& state) {
 void BM_IndexOf_Memmem(benchmark::State& state) {
   const std::size_t length = static_cast<std::size_t>(state.range(0));
   const std::string& data = pool(4);
-  Cursor cursor(length);
+  PoolCursor cursor(kPoolSize, length);
   for (auto _ : state) {
     benchmark::DoNotOptimize(
         memmem(data.data() + cursor.next(), length, kPattern, 8));
@@ -223,7 +210,7 @@ std::string hexStdString(const char* src, std::size_t n) {
 
 void BM_ToBase64_TQByteArray(benchmark::State& state) {
   const std::size_t length = static_cast<std::size_t>(state.range(0));
-  Cursor cursor(length);
+  PoolCursor cursor(kPoolSize, length);
   for (auto _ : state) {
     const TQByteArray src = TQByteArray::fromRawData(
         pool(0).data() + cursor.next(), static_cast<int>(length));
@@ -234,7 +221,7 @@ void BM_ToBase64_TQByteArray(benchmark::State& state) {
 
 void BM_ToBase64_StdString(benchmark::State& state) {
   const std::size_t length = static_cast<std::size_t>(state.range(0));
-  Cursor cursor(length);
+  PoolCursor cursor(kPoolSize, length);
   for (auto _ : state) {
     benchmark::DoNotOptimize(
         base64StdString(pool(0).data() + cursor.next(), length).data());
@@ -244,7 +231,7 @@ void BM_ToBase64_StdString(benchmark::State& state) {
 
 void BM_ToHex_TQByteArray(benchmark::State& state) {
   const std::size_t length = static_cast<std::size_t>(state.range(0));
-  Cursor cursor(length);
+  PoolCursor cursor(kPoolSize, length);
   for (auto _ : state) {
     const TQByteArray src = TQByteArray::fromRawData(
         pool(0).data() + cursor.next(), static_cast<int>(length));
@@ -255,7 +242,7 @@ void BM_ToHex_TQByteArray(benchmark::State& state) {
 
 void BM_ToHex_StdString(benchmark::State& state) {
   const std::size_t length = static_cast<std::size_t>(state.range(0));
-  Cursor cursor(length);
+  PoolCursor cursor(kPoolSize, length);
   for (auto _ : state) {
     benchmark::DoNotOptimize(
         hexStdString(pool(0).data() + cursor.next(), length).data());

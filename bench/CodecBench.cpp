@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "PoolCursor.h"
 #include "TQBase/TQBase64.h"
 #include "TQBase/TQMD5.h"
 
@@ -40,26 +41,10 @@ const std::string& textPool() {
   return text;
 }
 
-// Cycles through start offsets with a stride that is not a power of two.
-class SliceCursor {
- public:
-  SliceCursor(std::size_t poolSize, std::size_t slice, std::size_t align)
-      : limit_(poolSize - slice), align_(align) {}
-  std::size_t next() {
-    offset_ = (offset_ + 4099 * align_) % limit_;
-    return offset_ - offset_ % align_;
-  }
-
- private:
-  std::size_t limit_;
-  std::size_t align_;
-  std::size_t offset_ = 0;
-};
-
 void BM_Md5_TQMD5(benchmark::State& state) {
   const auto n = static_cast<std::size_t>(state.range(0));
   auto& pool = bytePool();
-  SliceCursor cursor(pool.size(), n, 1);
+  PoolCursor cursor(pool.size(), n, 1);
   unsigned char digest[16];
   for (auto _ : state) {
     TQBase::TQMD5 md5(pool.data() + cursor.next(), static_cast<unsigned>(n));
@@ -72,7 +57,7 @@ void BM_Md5_TQMD5(benchmark::State& state) {
 void BM_Md5_OpenSSL(benchmark::State& state) {
   const auto n = static_cast<std::size_t>(state.range(0));
   const auto& pool = bytePool();
-  SliceCursor cursor(pool.size(), n, 1);
+  PoolCursor cursor(pool.size(), n, 1);
   EVP_MD_CTX* ctx = EVP_MD_CTX_new();
   unsigned char digest[EVP_MAX_MD_SIZE];
   unsigned int digestLen = 0;
@@ -89,7 +74,7 @@ void BM_Md5_OpenSSL(benchmark::State& state) {
 void BM_Base64Encode_TQBase64(benchmark::State& state) {
   const auto n = static_cast<int>(state.range(0));
   const auto& pool = bytePool();
-  SliceCursor cursor(pool.size(), n, 1);
+  PoolCursor cursor(pool.size(), n, 1);
   std::vector<char> out(TQBase::TQBase64::getEncodeDstLen(n) + 1);
   for (auto _ : state) {
     int written = TQBase::TQBase64::encode(pool.data() + cursor.next(), n,
@@ -103,7 +88,7 @@ void BM_Base64Encode_TQBase64(benchmark::State& state) {
 void BM_Base64Encode_OpenSSL(benchmark::State& state) {
   const auto n = static_cast<int>(state.range(0));
   const auto& pool = bytePool();
-  SliceCursor cursor(pool.size(), n, 1);
+  PoolCursor cursor(pool.size(), n, 1);
   // EVP_EncodeBlock writes a terminating NUL as well.
   std::vector<unsigned char> out(TQBase::TQBase64::getEncodeDstLen(n) + 1);
   for (auto _ : state) {
@@ -119,7 +104,7 @@ void BM_Base64Decode_TQBase64(benchmark::State& state) {
   const auto n = static_cast<int>(state.range(0));
   const int textLen = TQBase::TQBase64::getEncodeDstLen(n);
   const auto& text = textPool();
-  SliceCursor cursor(text.size(), textLen, 4);
+  PoolCursor cursor(text.size(), textLen, 4);
   std::vector<unsigned char> out(TQBase::TQBase64::getdecodeDstLen(textLen));
   for (auto _ : state) {
     int written = TQBase::TQBase64::decode(text.data() + cursor.next(), textLen,
@@ -134,7 +119,7 @@ void BM_Base64Decode_OpenSSL(benchmark::State& state) {
   const auto n = static_cast<int>(state.range(0));
   const int textLen = TQBase::TQBase64::getEncodeDstLen(n);
   const auto& text = textPool();
-  SliceCursor cursor(text.size(), textLen, 4);
+  PoolCursor cursor(text.size(), textLen, 4);
   std::vector<unsigned char> out(TQBase::TQBase64::getdecodeDstLen(textLen));
   for (auto _ : state) {
     int written = EVP_DecodeBlock(

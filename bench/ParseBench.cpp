@@ -17,6 +17,7 @@
 #include <string_view>
 #include <vector>
 
+#include "PoolCursor.h"
 #include "TQBase/StdString.h"
 #include "TQBase/TQByteArray.h"
 
@@ -66,21 +67,9 @@ const std::string& base64Text() {
   return pool;
 }
 
-// Start offsets that walk a pool with an odd stride, aligned to `align`.
-class Cursor {
- public:
-  Cursor(std::size_t poolSize, std::size_t item, std::size_t align = 1)
-      : limit_(poolSize - item), align_(align) {}
-  std::size_t next() {
-    offset_ = (offset_ + 40009 * align_) % limit_;
-    return offset_ - offset_ % align_;
-  }
-
- private:
-  std::size_t limit_;
-  std::size_t align_;
-  std::size_t offset_ = 0;
-};
+// The stride of the pool cursors, the one these ratios were first measured
+// with.
+constexpr std::size_t kStride = 40009;
 
 TQByteArray rawItem(const std::string& pool, std::size_t at,
                     std::size_t length) {
@@ -95,7 +84,7 @@ void setBytes(benchmark::State& state, std::size_t perIteration) {
 // ---- hex and Base64 ------------------------------------------------------
 
 void BM_FromHex_TQByteArray(benchmark::State& state) {
-  Cursor cursor(hexText().size(), kItem, 2);
+  PoolCursor cursor(hexText().size(), kItem, 2, kStride);
   for (auto _ : state) {
     const TQByteArray out =
         TQByteArray::fromHex(rawItem(hexText(), cursor.next(), kItem));
@@ -105,7 +94,7 @@ void BM_FromHex_TQByteArray(benchmark::State& state) {
 }
 
 void BM_FromHex_Abseil(benchmark::State& state) {
-  Cursor cursor(hexText().size(), kItem, 2);
+  PoolCursor cursor(hexText().size(), kItem, 2, kStride);
   for (auto _ : state) {
     const std::string out = absl::HexStringToBytes(
         absl::string_view(hexText().data() + cursor.next(), kItem));
@@ -115,7 +104,7 @@ void BM_FromHex_Abseil(benchmark::State& state) {
 }
 
 void BM_FromBase64_TQByteArray(benchmark::State& state) {
-  Cursor cursor(base64Text().size(), kItem, 4);
+  PoolCursor cursor(base64Text().size(), kItem, 4, kStride);
   for (auto _ : state) {
     const TQByteArray out =
         TQByteArray::fromBase64(rawItem(base64Text(), cursor.next(), kItem));
@@ -125,7 +114,7 @@ void BM_FromBase64_TQByteArray(benchmark::State& state) {
 }
 
 void BM_FromBase64_Abseil(benchmark::State& state) {
-  Cursor cursor(base64Text().size(), kItem, 4);
+  PoolCursor cursor(base64Text().size(), kItem, 4, kStride);
   for (auto _ : state) {
     std::string out;
     absl::Base64Unescape(
@@ -136,7 +125,7 @@ void BM_FromBase64_Abseil(benchmark::State& state) {
 }
 
 void BM_ToBase64_TQByteArray(benchmark::State& state) {
-  Cursor cursor(kPoolSize, kItem);
+  PoolCursor cursor(kPoolSize, kItem, 1, kStride);
   for (auto _ : state) {
     const TQByteArray out =
         rawItem(randomBytes(), cursor.next(), kItem).toBase64();
@@ -146,7 +135,7 @@ void BM_ToBase64_TQByteArray(benchmark::State& state) {
 }
 
 void BM_ToBase64_Abseil(benchmark::State& state) {
-  Cursor cursor(kPoolSize, kItem);
+  PoolCursor cursor(kPoolSize, kItem, 1, kStride);
   for (auto _ : state) {
     const std::string out = absl::Base64Escape(
         absl::string_view(randomBytes().data() + cursor.next(), kItem));
@@ -187,7 +176,7 @@ std::string percentPlain(std::string_view in) {
 }
 
 void percentTQ(benchmark::State& state, const std::string& pool) {
-  Cursor cursor(pool.size(), kItem);
+  PoolCursor cursor(pool.size(), kItem, 1, kStride);
   for (auto _ : state) {
     const TQByteArray out =
         rawItem(pool, cursor.next(), kItem).toPercentEncoding();
@@ -197,7 +186,7 @@ void percentTQ(benchmark::State& state, const std::string& pool) {
 }
 
 void percentPeer(benchmark::State& state, const std::string& pool) {
-  Cursor cursor(pool.size(), kItem);
+  PoolCursor cursor(pool.size(), kItem, 1, kStride);
   for (auto _ : state) {
     const std::string out =
         percentPlain(std::string_view(pool).substr(cursor.next(), kItem));
@@ -329,7 +318,7 @@ void BM_Stoi_FromChars(benchmark::State& state) {
 constexpr int kPiece = 16;
 
 void BM_AppendReserved16_TQByteArray(benchmark::State& state) {
-  Cursor cursor(kPoolSize, kPiece);
+  PoolCursor cursor(kPoolSize, kPiece, 1, kStride);
   const char* pool = randomBytes().data();
   for (auto _ : state) {
     TQByteArray a;
@@ -342,7 +331,7 @@ void BM_AppendReserved16_TQByteArray(benchmark::State& state) {
 }
 
 void BM_AppendReserved16_StdString(benchmark::State& state) {
-  Cursor cursor(kPoolSize, kPiece);
+  PoolCursor cursor(kPoolSize, kPiece, 1, kStride);
   const char* pool = randomBytes().data();
   for (auto _ : state) {
     std::string s;
